@@ -1,0 +1,392 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+#include "qnunicode/strings/UnicodeString.h"
+#include "qnunicode/util/CodepointSet.h"
+#include "qnunicode/util/QNInfoValue.h"
+
+class QNUnicodeData;
+class QNUnicodeConcreteData;
+class QNUnicodePointerData;
+class QNUnicodeArabicShaping;
+class QNUnicodeSpecialCasing;
+class QNUnicodeNamesList_CharEntry;
+class QNUnicodePrefixTree;
+class QNUnicodePropertyTable;
+class QNUnicodeBlockTable;
+class QNUnicodeCaseFoldingTable;
+namespace qnunicode::detail {
+class OnDemandRecords;
+class NormalizationTables;
+}  // namespace qnunicode::detail
+
+// Data-file prefixes: every data file is found by the beginning of its file name.
+inline constexpr std::u16string_view QNUnicodeFilePrefixArabicShaping = u"ArabicShaping";
+inline constexpr std::u16string_view QNUnicodeFilePrefixBlocks = u"Blocks";
+inline constexpr std::u16string_view QNUnicodeFilePrefixCaseFolding = u"CaseFolding";
+inline constexpr std::u16string_view QNUnicodeFilePrefixCompositionExclusions =
+    u"CompositionExclusions";
+inline constexpr std::u16string_view QNUnicodeFilePrefixDerivedAge = u"DerivedAge";
+inline constexpr std::u16string_view QNUnicodeFilePrefixDerivedCoreProperties =
+    u"DerivedCoreProperties";
+inline constexpr std::u16string_view QNUnicodeFilePrefixHangulSyllableType = u"HangulSyllableType";
+inline constexpr std::u16string_view QNUnicodeFilePrefixIndex = u"Index";
+inline constexpr std::u16string_view QNUnicodeFilePrefixJamo = u"Jamo";
+inline constexpr std::u16string_view QNUnicodeFilePrefixLineBreak = u"LineBreak";
+inline constexpr std::u16string_view QNUnicodeFilePrefixNamesList = u"NamesList";
+inline constexpr std::u16string_view QNUnicodeFilePrefixPropertyValueAliases =
+    u"PropertyValueAliases";
+inline constexpr std::u16string_view QNUnicodeFilePrefixPropList = u"PropList";
+inline constexpr std::u16string_view QNUnicodeFilePrefixScripts = u"Scripts";
+inline constexpr std::u16string_view QNUnicodeFilePrefixSpecialCasing = u"SpecialCasing";
+inline constexpr std::u16string_view QNUnicodeFilePrefixUnihan = u"Unihan";
+inline constexpr std::u16string_view QNUnicodeFilePrefixUnicodeData = u"UnicodeData";
+// The prefix of the description file of the decomposition tags, in the description directories.
+inline constexpr std::u16string_view QNUnicodeDescriptionPrefixCompatMappingCategories =
+    u"CompatMappingCategories";
+
+// Keys of a data-file info dictionary.
+inline constexpr std::u16string_view QNUnicodeFilePrefixKey = u"prefix";
+inline constexpr std::u16string_view QNUnicodeFilePathsKey = u"paths";
+inline constexpr std::u16string_view QNUnicodeFileVersionsKey = u"versions";
+
+// One data file (or, after merging, several files of one prefix) and the Unicode versions it
+// can belong to.
+struct QNUnicodeDataFileInfo {
+  UnicodeString prefix;
+  std::set<std::string> paths;
+  std::vector<UnicodeString> versions;
+
+  bool operator==(const QNUnicodeDataFileInfo&) const = default;
+  // The same content as an info dictionary under the keys "prefix", "paths" and "versions".
+  QNInfoValue infoValue() const;
+};
+
+class QNUnicodeDatabase;
+
+// The host's delegate. Its one operation is optional: the default answers false ("not
+// implemented"), and the database then logs the missing file itself.
+class QNUnicodeDatabaseDelegate {
+ public:
+  virtual ~QNUnicodeDatabaseDelegate() = default;
+  // A reader found no file with this prefix. Answers true when the delegate handled it.
+  virtual bool unicodeDatabase(QNUnicodeDatabase& database, std::u16string_view couldNotFindFile);
+};
+
+// Table types. The simple ones are plain containers; the range-property tables and the case
+// folding are purpose-built classes of the properties folder.
+using QNUnicodeMappingDictionary = std::unordered_map<uint32_t, std::unordered_map<uint32_t, uint32_t>>;
+// A PropertyValueAliases value key: the lower-cased short name, or for ccc also the class number.
+using QNUnicodePropertyValueKey = std::variant<UnicodeString, int64_t>;
+using QNUnicodePropertyValueMap = std::map<QNUnicodePropertyValueKey, std::vector<UnicodeString>>;
+using QNUnicodePropertyValueAliases = std::map<UnicodeString, QNUnicodePropertyValueMap>;
+using QNUnicodeDescriptionTable = std::unordered_map<UnicodeString, UnicodeString>;
+using QNUnicodeJamoShortNames = std::map<uint32_t, UnicodeString>;
+using QNUnicodeArabicShapings = std::map<uint32_t, std::shared_ptr<const QNUnicodeArabicShaping>>;
+using QNUnicodeSpecialCasingList = std::vector<std::shared_ptr<const QNUnicodeSpecialCasing>>;
+using QNUnicodeSpecialCasings = std::unordered_map<uint32_t, QNUnicodeSpecialCasingList>;
+using QNUnicodeNamesListEntries = std::vector<std::shared_ptr<const QNUnicodeNamesList_CharEntry>>;
+using QNUnicodeNameLookup = std::unordered_map<UnicodeString, uint32_t>;
+using QNUnicodeIndexNames = std::unordered_map<uint32_t, std::vector<UnicodeString>>;
+
+// The library's main object. The host creates it over ordered lists of UCD directories (first
+// wins) and description directories and an information dictionary; every table is read from its
+// file the first time a query needs it and kept for the life of the object. Queries run on the
+// caller's thread; the lazy filling of tables is not guarded, so a host must not make the first
+// use of one table from two threads at once.
+//
+// The operations of the other subsystems are defined in their folders: properties/,
+// normalization/, names/.
+class QNUnicodeDatabase {
+ public:
+  // ---- Construction and data-file discovery ------------------------------------------------
+  QNUnicodeDatabase(const std::vector<std::string>& unidataDirectoryPaths,
+                    const std::vector<std::string>& descriptionDirectoryPaths,
+                    std::optional<QNInfoDictionary> infoDictionary = std::nullopt);
+  // The information dictionary read from a property-list file (none when it cannot be read).
+  QNUnicodeDatabase(const std::vector<std::string>& unidataDirectoryPaths,
+                    const std::vector<std::string>& descriptionDirectoryPaths,
+                    const std::string& infoFile);
+  ~QNUnicodeDatabase();
+  QNUnicodeDatabase(const QNUnicodeDatabase&) = delete;
+  QNUnicodeDatabase& operator=(const QNUnicodeDatabase&) = delete;
+
+  // The process-wide database that records, case folding and the RTL test consult. The host
+  // sets it; with none set those operations give their "no database" answers.
+  static std::shared_ptr<QNUnicodeDatabase> sharedDatabase();
+  static void setSharedDatabase(std::shared_ptr<QNUnicodeDatabase> database);
+
+  void setDelegate(std::shared_ptr<QNUnicodeDatabaseDelegate> delegate);
+  std::shared_ptr<QNUnicodeDatabaseDelegate> delegate() const;
+  const std::optional<QNInfoDictionary>& infoDictionary() const { return _infoDictionary; }
+  const std::vector<std::string>& dataDirectories() const { return _dataDirectories; }
+  const std::vector<std::string>& descriptionDirectories() const { return _descDirectories; }
+
+  std::vector<std::string> filenamesWithPrefix(std::u16string_view prefix,
+                                               const std::vector<std::string>& directories) const;
+  std::optional<std::string> filenameWithPrefix(std::u16string_view prefix,
+                                                const std::vector<std::string>& directories) const;
+  std::vector<std::string> filenamesWithPrefix(std::u16string_view prefix) const;
+  std::optional<std::string> filenameWithPrefix(std::u16string_view prefix) const;
+  std::optional<std::string> descriptionFilenameWithPrefix(std::u16string_view prefix) const;
+  static std::string pathByResolvingAliasesInPath(const std::string& path);
+  static std::vector<std::string> validAliasResolvedDirectories(
+      const std::vector<std::string>& paths);
+  void notifyDelegateOfMissingFile(std::u16string_view prefix);
+
+  bool isUnihanAvailable() const { return _isUnihanAvailable; }
+
+  // ---- UnicodeData loading and record lookup -------------------------------------------------
+  bool readDatabase();
+  // Every codepoint answers a record (values above 0x10FFFF too); none only when UnicodeData
+  // cannot be read. Records of the file and of its ranges live as long as the database; records
+  // made on demand for unlisted codepoints belong to their holders.
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint);
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointNumber(uint64_t number) {
+    return unicodeDataForCodepoint(static_cast<uint32_t>(number));
+  }
+  // Every record of the file in file order, each range's members between its First and Last.
+  const std::vector<const QNUnicodeData*>& allUnicodeData();
+  // 0 before the first read.
+  uint32_t unicodeDataLineCount() const { return _unicodeDataLineCount; }
+  const QNUnicodeMappingDictionary& mappingDictionary();
+  const std::set<UnicodeString>& generalCategoryValues();
+  const std::set<UnicodeString>& bidirectionalCategoryValues();
+
+  // ---- Data-file versions and integrity -----------------------------------------------------
+  const std::vector<UnicodeString>& unicodeDataVersions();
+  std::optional<UnicodeString> unicodeDataVersion();
+  bool isConsistent();
+  const std::vector<QNUnicodeDataFileInfo>& unicodeDataFileInfos();
+  const std::vector<QNUnicodeDataFileInfo>& dataFilenamesAndVersions() {
+    return unicodeDataFileInfos();
+  }
+  std::optional<QNUnicodeDataFileInfo> unicodeDataFileInfoForFilePrefix(std::u16string_view prefix);
+  const QNInfoValue* unicodeDataMD5Array() const;
+  const QNInfoValue* indexMD5Array() const;
+  const QNInfoValue* unihanDataMD5Array() const;
+  void checkDataFileVersionIntegrity();
+  static std::optional<UnicodeString> versionFromFilename(const std::string& path,
+                                                          std::u16string_view filePrefix);
+  static std::vector<UnicodeString> versionsOfUnicodeFile(const std::string& path,
+                                                          std::u16string_view filePrefix,
+                                                          bool isUnihan = false);
+  static std::vector<UnicodeString> versionsOfUnicodeFile(const std::string& path,
+                                                          const QNInfoValue* md5Array);
+  static std::vector<UnicodeString> versionsFromUnicodeFileData(std::string_view data,
+                                                                const QNInfoValue* md5Array);
+  static std::vector<UnicodeString> versionsOfUnihanFile(const std::string& path,
+                                                         const QNInfoValue* md5Array);
+  static std::optional<QNUnicodeDataFileInfo> versionDictionaryForFilename(
+      const std::optional<std::string>& path, std::u16string_view filePrefix,
+      const std::optional<std::vector<UnicodeString>>& versions);
+  static std::optional<QNUnicodeDataFileInfo> mergedVersionDictionaryFromDict(
+      const std::optional<QNUnicodeDataFileInfo>& dict, const std::optional<QNUnicodeDataFileInfo>& andDict);
+
+  // ---- Range properties and line breaks (properties/) ---------------------------------------
+  std::shared_ptr<const QNUnicodeBlockTable> blocks();
+  std::shared_ptr<const QNUnicodePropertyTable> extendedProperties();
+  std::shared_ptr<const QNUnicodePropertyTable> derivedCoreProperties();
+  std::shared_ptr<const QNUnicodePropertyTable> scripts();
+  std::shared_ptr<const QNUnicodePropertyTable> versionDesignated();
+  std::shared_ptr<const QNUnicodePropertyTable> hangulSyllableTypes();
+  std::shared_ptr<const QNUnicodePrefixTree> lineBreaks();
+  void readBlocks();
+  void readExtendedProperties();
+  void readDerivedCoreProperties();
+  void readScripts();
+  void readDerivedAges();
+  void readHangulSyllableTypes();
+  void readLineBreaks();
+  std::shared_ptr<QNUnicodePropertyTable> readPropListOrScriptsFile(std::u16string_view prefix);
+
+  // Names answered by reference stay valid for the life of the database.
+  const UnicodeString& blockForCodepoint(uint32_t codepoint);
+  const UnicodeString& characterBlockForCodepoint(uint32_t codepoint) {
+    return blockForCodepoint(codepoint);
+  }
+  const UnicodeString& scriptForCodepoint(uint32_t codepoint);
+  const UnicodeString& hangulSyllableTypeForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> versionCodepointWasDesignated(uint32_t codepoint);
+  std::vector<UnicodeString> extendedPropertiesForCodepoint(uint32_t codepoint);
+  std::vector<UnicodeString> derivedCorePropertiesForCodepoint(uint32_t codepoint);
+  // True when the codepoint is in the named PropList set (the fast form of a membership test
+  // in extendedPropertiesForCodepoint).
+  bool codepointHasExtendedProperty(uint32_t codepoint, std::u16string_view property);
+  uint32_t lineBreakForCodepoint(uint32_t codepoint);
+  static std::vector<UnicodeString> propertyOfCodepoint(uint32_t codepoint,
+                                                        const QNUnicodePropertyTable* inPropertyDictionary);
+  static const UnicodeString& missingBlock();
+  static const UnicodeString& missingScript();
+  static const UnicodeString& missingHangulSyllableType();
+  static constexpr uint32_t missingLineBreak = 39;
+
+  // ---- Property value aliases and descriptions (properties/) --------------------------------
+  std::shared_ptr<const QNUnicodePropertyValueAliases> propertyValueAliases();
+  const QNUnicodePropertyValueMap* propertyValueAliasesForProperty(std::u16string_view property);
+  const QNUnicodePropertyValueMap* generalCategories();
+  const QNUnicodePropertyValueMap* bidirectionalCategories();
+  const QNUnicodePropertyValueMap* combiningClassDescriptions();
+  const QNUnicodePropertyValueMap* arabicShapingJoiningTypeDescriptions();
+  const QNUnicodePropertyValueMap* lineBreakDescriptions();
+  std::shared_ptr<const QNUnicodeDescriptionTable> compatibilityMappingTagDescriptions();
+  bool readPropertyValueAliases();
+  void readCompatibilityMappingCategoriesTagDescriptions();
+  static std::shared_ptr<QNUnicodeDescriptionTable> readDescriptionFile(const std::string& path);
+  std::optional<UnicodeString> generalCategoryDescriptionForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> bidirectionalCategoryDescriptionForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> lineBreakDescriptionForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> combiningClassDescriptionForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> arabicShapingJoiningTypeDescriptionForCodepoint(uint32_t codepoint);
+  std::optional<UnicodeString> mappingDescriptionForCodepoint(uint32_t codepoint);
+
+  // ---- Jamo short names, composition exclusions, Arabic shaping (properties/) ---------------
+  std::shared_ptr<const QNUnicodeJamoShortNames> jamoShortNames();
+  std::shared_ptr<const std::vector<uint32_t>> compositionExclusions();
+  std::shared_ptr<const QNUnicodeArabicShapings> arabicShapings();
+  void readJamoShortNames();
+  void readCompositionExclusions();
+  void readArabicShapings();
+  std::optional<UnicodeString> jamoShortNameForCodepoint(uint32_t codepoint);
+  std::shared_ptr<const QNUnicodeArabicShaping> arabicShapingForCodepoint(uint32_t codepoint);
+
+  // ---- Case folding and special casing (properties/) ----------------------------------------
+  std::shared_ptr<const QNUnicodeCaseFoldingTable> caseFolding();
+  std::shared_ptr<const QNUnicodeSpecialCasings> specialCasings();
+  void readCaseFolding();
+  void readSpecialCasings();
+  std::optional<QNUnicodeSpecialCasingList> specialCasingsForCodepoint(uint32_t codepoint);
+  // Folds with the shared database's table (deliberately not this object's), trying the
+  // statuses in the given order for each codepoint.
+  UnicodeString caseFoldingForString(const UnicodeString& string,
+                                     const std::vector<UnicodeString>& withTypes);
+  // The statuses "C" then "F".
+  UnicodeString fullCaseFoldingForString(const UnicodeString& string);
+
+  // ---- Hangul syllables (normalization/) -----------------------------------------------------
+  static std::optional<UnicodeString> getHangulName(int32_t codepoint);
+  static bool codepointIsHangul(uint32_t codepoint);
+  static std::vector<uint32_t> decomposeHangul(uint32_t codepoint);
+  static std::vector<uint32_t> composeHangul(const std::vector<uint32_t>& codepoints,
+                                             uint32_t* replacementCount = nullptr);
+
+  // ---- Normalization (normalization/) --------------------------------------------------------
+  UnicodeString normalizationFormDForString(const UnicodeString& string);
+  UnicodeString normalizationFormCForString(const UnicodeString& string);
+  UnicodeString normalizationFormKDForString(const UnicodeString& string);
+  UnicodeString normalizationFormKCForString(const UnicodeString& string);
+  UnicodeString normalizationFormDForString(const UnicodeString& string,
+                                            uint32_t* decompositionReplacementCount,
+                                            uint32_t* decompositionReorderingCout);
+  UnicodeString normalizationFormCForString(const UnicodeString& string,
+                                            uint32_t* decompositionReplacementCount,
+                                            uint32_t* decompositionReorderingCout,
+                                            uint32_t* compositionReplacementCount);
+  UnicodeString normalizationFormKDForString(const UnicodeString& string,
+                                             uint32_t* decompositionReplacementCount,
+                                             uint32_t* decompositionReorderingCout);
+  UnicodeString normalizationFormKCForString(const UnicodeString& string,
+                                             uint32_t* decompositionReplacementCount,
+                                             uint32_t* decompositionReorderingCout,
+                                             uint32_t* compositionReplacementCount);
+  // K: use compatibility mappings; C: compose. With usingCF the platform's normalizer does the
+  // work and every count is set to 0xFFFFFFFF (no count taken).
+  UnicodeString normalizationFormK(bool K, bool C, const UnicodeString& forString,
+                                   uint32_t* decompositionReplacementCount = nullptr,
+                                   uint32_t* decompositionReorderingCout = nullptr,
+                                   uint32_t* compositionReplacementCount = nullptr,
+                                   bool usingCF = false);
+  std::vector<uint32_t> decomposeString(const UnicodeString& string,
+                                        bool usingCompatibilityMappings,
+                                        uint32_t* replacementCount = nullptr,
+                                        uint32_t* reorderingCount = nullptr);
+  std::optional<uint32_t> primaryCompositeForCodepointNumber(uint32_t codepoint,
+                                                             uint32_t secondCodepointNumber);
+  static UnicodeString CFnormalizationFormK(bool K, bool C, const UnicodeString& forString);
+  bool runNormalizationConformanceTestsForTestFileAtURL(const std::string& path);
+
+  // ---- Names list and name lookup (names/) ---------------------------------------------------
+  bool readNamesList();
+  std::shared_ptr<const QNUnicodeNamesListEntries> namesList();
+  std::shared_ptr<const QNUnicodeNamesList_CharEntry> namesListCharEntryForCodepoint(uint32_t codepoint);
+  std::shared_ptr<const QNUnicodeNameLookup> nameLookup();
+  std::shared_ptr<const QNUnicodeNameLookup> nameLookupWithoutUnihan();
+  std::shared_ptr<const std::vector<UnicodeString>> sortedNameLookupKeys();
+  std::shared_ptr<const std::vector<UnicodeString>> sortedNameLookupWithoutUnihanKeys();
+  std::shared_ptr<const QNUnicodeIndexNames> indexNames();
+  void readIndex();
+  void createNameLookup() { createNameLookupWithoutUnihan(false); }
+  void createNameLookupWithoutUnihan(bool withoutUnihan);
+
+ private:
+  // UnicodeData (database/QNUnicodeDatabaseLoading.cpp).
+  std::vector<const QNUnicodeData*> _allUnicodeData;
+  struct IndexDeleter {
+    void operator()(const QNUnicodeData** index) const;
+  };
+  std::unique_ptr<const QNUnicodeData*[], IndexDeleter> _databaseIndex;
+  uint32_t _unicodeDataLineCount = 0;
+  std::vector<std::string> _dataDirectories;
+  std::vector<std::string> _descDirectories;
+  QNUnicodeMappingDictionary _mappingDictionary;
+  std::shared_ptr<std::vector<uint32_t>> _compositionExclusions;
+  struct IdenticalPropertyRange {
+    uint32_t location;
+    uint32_t length;  // Last minus First: the range ends just before the Last codepoint
+  };
+  std::vector<IdenticalPropertyRange> _identicalPropertyRanges;
+  std::shared_ptr<QNUnicodePropertyValueAliases> _propertyValueAliases;
+  std::shared_ptr<QNUnicodeDescriptionTable> _compatibilityMappingTagDescriptions;
+  std::shared_ptr<QNUnicodePropertyTable> _extendedProperties;
+  std::shared_ptr<QNUnicodePropertyTable> _derivedCoreProperties;
+  std::shared_ptr<QNUnicodePropertyTable> _scripts;
+  std::shared_ptr<QNUnicodeBlockTable> _blocks;
+  std::shared_ptr<QNUnicodeSpecialCasings> _specialCasings;
+  std::shared_ptr<QNUnicodeArabicShapings> _arabicShapings;
+  std::shared_ptr<QNUnicodeJamoShortNames> _jamoShortNames;
+  std::shared_ptr<QNUnicodeNamesListEntries> _namesList;
+  std::shared_ptr<QNUnicodePropertyTable> _hangulSyllableTypes;
+  std::shared_ptr<QNUnicodeCaseFoldingTable> _caseFolding;
+  std::shared_ptr<QNUnicodePrefixTree> _lineBreaks;
+  std::shared_ptr<QNUnicodePropertyTable> _versionDesignated;
+  std::set<UnicodeString> _generalCategoryValues;
+  std::set<UnicodeString> _bidirectionalCategoryValues;
+  bool _isDatabaseRead = false;
+  bool _isUnihanAvailable = false;
+  bool _isReadingUnihan = false;
+  std::mutex _unihanReadingLock;
+  std::shared_ptr<QNUnicodeNameLookup> _nameLookup;
+  std::shared_ptr<QNUnicodeNameLookup> _nameLookupWithoutUnihan;
+  bool _nameLookupContainsDatabase = false;
+  bool _nameLookupContainsIndex = false;
+  bool _nameLookupContainsUnihan = false;
+  std::shared_ptr<std::vector<UnicodeString>> _sortedNameLookupKeys;
+  std::shared_ptr<std::vector<UnicodeString>> _sortedNameLookupWithoutUnihanKeys;
+  std::shared_ptr<QNUnicodeIndexNames> _indexNames;
+  std::vector<UnicodeString> _unicodeDataVersions;
+  std::optional<UnicodeString> _consistentVersion;
+  std::vector<QNUnicodeDataFileInfo> _dataFilenamesAndVersions;
+  std::optional<QNInfoDictionary> _infoDictionary;
+  std::shared_ptr<QNUnicodeDatabaseDelegate> _delegate;
+
+  // Storage behind _allUnicodeData: the file's records and the members of its ranges, at stable
+  // addresses for the index.
+  struct RecordStorage;
+  std::unique_ptr<RecordStorage> _recordStorage;
+  // Records made on demand for codepoints the file does not list.
+  std::unique_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  // Derived lookup tables of the normalization forms, built on first use.
+  std::unique_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
+};

@@ -1,0 +1,123 @@
+#include "qnunicode/strings/UnicodeString.h"
+
+#include <cstdint>
+
+namespace qnunicode {
+
+namespace {
+
+void appendUTF8(std::string& out, uint32_t c) {
+  if (c < 0x80) {
+    out.push_back(static_cast<char>(c));
+  } else if (c < 0x800) {
+    out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+  } else if (c < 0x10000) {
+    out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+  } else {
+    out.push_back(static_cast<char>(0xF0 | (c >> 18)));
+    out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+  }
+}
+
+void appendUTF16(UnicodeString& out, uint32_t c) {
+  if (c < 0x10000) {
+    out.push_back(static_cast<char16_t>(c));
+  } else {
+    c -= 0x10000;
+    out.push_back(static_cast<char16_t>(0xD800 | (c >> 10)));
+    out.push_back(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
+  }
+}
+
+// Decodes one well-formed UTF-8 sequence at bytes[i]; answers its length, or 0 when ill-formed.
+size_t decodeOne(std::string_view bytes, size_t i, uint32_t* codepoint) {
+  const auto byte = [&](size_t k) { return static_cast<uint8_t>(bytes[k]); };
+  const uint8_t lead = byte(i);
+  if (lead < 0x80) {
+    *codepoint = lead;
+    return 1;
+  }
+  size_t length;
+  uint32_t c;
+  uint8_t low = 0x80, high = 0xBF;  // bounds of the second byte
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+    c = lead & 0x1F;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    c = lead & 0x0F;
+    if (lead == 0xE0) low = 0xA0;
+    if (lead == 0xED) high = 0x9F;  // no encoded surrogates
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    c = lead & 0x07;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;
+  } else {
+    return 0;
+  }
+  if (i + length > bytes.size()) return 0;
+  for (size_t k = 1; k < length; ++k) {
+    const uint8_t b = byte(i + k);
+    if (k == 1 ? (b < low || b > high) : (b < 0x80 || b > 0xBF)) return 0;
+    c = (c << 6) | (b & 0x3F);
+  }
+  *codepoint = c;
+  return length;
+}
+
+}  // namespace
+
+std::string toUTF8(std::u16string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = text[i];
+    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
+      c = 0x10000 + (((c & 0x3FF) << 10) | (text[i + 1] & 0x3FF));
+      ++i;
+    } else if ((c & 0xF800) == 0xD800) {
+      c = 0xFFFD;
+    }
+    appendUTF8(out, c);
+  }
+  return out;
+}
+
+std::optional<UnicodeString> decodeUTF8(std::string_view bytes) {
+  UnicodeString out;
+  out.reserve(bytes.size());
+  for (size_t i = 0; i < bytes.size();) {
+    uint32_t c;
+    const size_t length = decodeOne(bytes, i, &c);
+    if (length == 0) return std::nullopt;
+    appendUTF16(out, c);
+    i += length;
+  }
+  return out;
+}
+
+UnicodeString fromUTF8(std::string_view text) {
+  UnicodeString out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    uint32_t c;
+    const size_t length = decodeOne(text, i, &c);
+    appendUTF16(out, length == 0 ? 0xFFFD : c);
+    i += length == 0 ? 1 : length;
+  }
+  return out;
+}
+
+UnicodeString decodeLatin1(std::string_view bytes) {
+  UnicodeString out(bytes.size(), u'\0');
+  for (size_t i = 0; i < bytes.size(); ++i) out[i] = static_cast<uint8_t>(bytes[i]);
+  return out;
+}
+
+}  // namespace qnunicode

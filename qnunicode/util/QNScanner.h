@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "qnunicode/strings/UnicodeString.h"
+
+namespace qnunicode {
+
+// The platform's white-space-and-newline set: the space separators (Zs), U+0009 to U+000D,
+// U+0085, U+2028 and U+2029.
+constexpr bool isWhitespaceOrNewline(char16_t u) {
+  return u == 0x20 || (u >= 0x09 && u <= 0x0D) || u == 0x85 || u == 0xA0 || u == 0x1680 ||
+         (u >= 0x2000 && u <= 0x200A) || u == 0x2028 || u == 0x2029 || u == 0x202F ||
+         u == 0x205F || u == 0x3000;
+}
+
+// Splits at every occurrence of the separator; n separators give n + 1 pieces, empty ones kept.
+// The pieces are views into the text.
+std::vector<std::u16string_view> splitAt(std::u16string_view text, char16_t separator);
+
+// The one text scanner of the readers. Before each item it passes over the characters of its
+// skip set; a failed scan leaves the position where it was. Readers state their own rules by
+// choosing the skip set and case sensitivity. The scanned text must outlive the scanner.
+class QNScanner {
+ public:
+  enum class Skip {
+    Nothing,                 // every character is significant
+    WhitespaceAndNewlines,   // isWhitespaceOrNewline
+    SpacesAndTabs,           // U+0020 and U+0009 only
+  };
+
+  explicit QNScanner(std::u16string_view text, Skip skip = Skip::WhitespaceAndNewlines)
+      : _text(text), _skip(skip) {}
+
+  void setSkip(Skip skip) { _skip = skip; }
+  // Literals are matched without regard to (ASCII) case when false.
+  void setCaseSensitive(bool caseSensitive) { _caseSensitive = caseSensitive; }
+
+  size_t scanLocation() const { return _location; }
+  void setScanLocation(size_t location) { _location = location < _text.size() ? location : _text.size(); }
+  // True when only skipped characters remain.
+  bool isAtEnd() const;
+  std::u16string_view text() const { return _text; }
+  // The text from the current position on (nothing skipped).
+  std::u16string_view remainingText() const { return _text.substr(_location); }
+
+  // An optional "0x" or "0X" and one or more hexadecimal digits of either case, as unsigned
+  // 32-bit; a value that does not fit saturates at 0xFFFFFFFF with all its digits consumed.
+  bool scanHexInt(uint32_t* value);
+  // An optional sign and one or more decimal digits; saturates at the 32-bit limits.
+  bool scanInt(int32_t* value);
+  // Matches the literal exactly (or case-blind, see setCaseSensitive).
+  bool scanString(std::u16string_view literal);
+  // Collects characters up to the literal or the end; fails when nothing was collected.
+  bool scanUpToString(std::u16string_view literal, UnicodeString* into = nullptr);
+  // Steps over exactly one character, whatever it is; fails at the end.
+  bool skipCharacter();
+
+ private:
+  size_t skipped(size_t from) const;
+  bool matchesAt(size_t position, std::u16string_view literal) const;
+
+  std::u16string_view _text;
+  Skip _skip;
+  bool _caseSensitive = true;
+  size_t _location = 0;
+};
+
+}  // namespace qnunicode
