@@ -383,10 +383,11 @@ class QNUnicodeDatabase {
 
   // Storage behind _allUnicodeData: the file's records and the members of its ranges, at stable
   // addresses for the index.
+  // (Held by shared_ptr so that each folder keeps its own types to itself.)
   struct RecordStorage;
-  std::unique_ptr<RecordStorage> _recordStorage;
+  std::shared_ptr<RecordStorage> _recordStorage;
   // Records made on demand for codepoints the file does not list.
-  std::unique_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
   // Derived lookup tables of the normalization forms, built on first use.
-  std::unique_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
+  std::shared_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
 };
