@@ -1,0 +1,278 @@
+// The core's figures against ICU: record lookups, range properties, the four normalization forms
+// on three corpora, full case folding, and the first UnicodeData read against a bare floor.
+#include <unicode/uchar.h>
+#include <unicode/unorm2.h>
+#include <unicode/ustring.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "QNUnicodeBenchmarkSupport.h"
+#include "qnunicode/records/QNUnicodeData.h"
+
+namespace qnunicode::bench {
+namespace {
+
+constexpr uint32_t kLastCodepoint = 0x10FFFF;
+
+// ---- One record lookup plus one field, every codepoint in order --------------------------------
+
+template <typename Field>
+void recordField(benchmark::State& state, Field field) {
+  auto database = warmDatabase();
+  for (auto _ : state) {
+    for (uint32_t c = 0; c <= kLastCodepoint; ++c) {
+      benchmark::DoNotOptimize(field(*database->unicodeDataForCodepoint(c)));
+    }
+  }
+}
+
+template <typename Lookup>
+void everyCodepoint(benchmark::State& state, Lookup lookup) {
+  for (auto _ : state) {
+    for (uint32_t c = 0; c <= kLastCodepoint; ++c) benchmark::DoNotOptimize(lookup(c));
+  }
+}
+
+void registerRecordFigures() {
+  registerPair(
+      "record + generalCategory",
+      [](benchmark::State& s) {
+        recordField(s, [](const QNUnicodeData& r) { return r.generalCategory(); });
+      },
+      [](benchmark::State& s) { everyCodepoint(s, [](uint32_t c) { return u_charType(c); }); });
+  registerPair(
+      "record + canonicalCombiningClass",
+      [](benchmark::State& s) {
+        recordField(s, [](const QNUnicodeData& r) { return r.canonicalCombiningClass(); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_getCombiningClass(c); });
+      });
+  registerPair(
+      "record + bidirectionalCategory",
+      [](benchmark::State& s) {
+        recordField(s, [](const QNUnicodeData& r) { return r.bidirectionalCategory(); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_charDirection(c); });
+      });
+}
+
+// ---- Range properties, every codepoint in order
+// --------------------------------------------------
+
+void registerRangeFigures() {
+  registerPair(
+      "block",
+      [](benchmark::State& s) {
+        auto db = warmDatabase();
+        everyCodepoint(s, [&](uint32_t c) { return &db->blockForCodepoint(c); });
+      },
+      [](benchmark::State& s) { everyCodepoint(s, [](uint32_t c) { return ublock_getCode(c); }); });
+  registerPair(
+      "script",
+      [](benchmark::State& s) {
+        auto db = warmDatabase();
+        everyCodepoint(s, [&](uint32_t c) { return &db->scriptForCodepoint(c); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) {
+          UErrorCode status = U_ZERO_ERROR;
+          return uscript_getScript(c, &status);
+        });
+      });
+  registerPair(
+      "line-break class",
+      [](benchmark::State& s) {
+        auto db = warmDatabase();
+        everyCodepoint(s, [&](uint32_t c) { return db->lineBreakForCodepoint(c); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_getIntPropertyValue(c, UCHAR_LINE_BREAK); });
+      });
+  registerPair(
+      "age",
+      [](benchmark::State& s) {
+        auto db = warmDatabase();
+        everyCodepoint(s, [&](uint32_t c) { return db->versionCodepointWasDesignated(c); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) {
+          UVersionInfo version;
+          u_charAge(c, version);
+          return version[0];
+        });
+      });
+}
+
+// ---- Normalization with all three counts
+// ----------------------------------------------------------
+
+struct Form {
+  const char* name;
+  bool K, C;
+  const UNormalizer2* (*instance)(UErrorCode*);
+};
+
+const Form kForms[] = {{"NFC", false, true, unorm2_getNFCInstance},
+                       {"NFD", false, false, unorm2_getNFDInstance},
+                       {"NFKC", true, true, unorm2_getNFKCInstance},
+                       {"NFKD", true, false, unorm2_getNFKDInstance}};
+
+UnicodeString icuNormalize(const Form& form, const UnicodeString& text,
+                           std::vector<UChar>& buffer) {
+  UErrorCode status = U_ZERO_ERROR;
+  const UNormalizer2* normalizer = form.instance(&status);
+  buffer.resize(text.size() * 4 + 16);
+  const int32_t length =
+      unorm2_normalize(normalizer, text.data(), static_cast<int32_t>(text.size()), buffer.data(),
+                       static_cast<int32_t>(buffer.size()), &status);
+  return U_SUCCESS(status) ? UnicodeString(buffer.data(), length) : UnicodeString();
+}
+
+void registerNormalizationFigures() {
+  const std::pair<const char*, const UnicodeString& (*)()> corpora[] = {
+      {"A", corpusA}, {"B", corpusB}, {"C", corpusC}};
+  for (const Form& form : kForms) {
+    for (const auto& [corpusName, corpus] : corpora) {
+      registerPair(
+          std::string(form.name) + " corpus " + corpusName,
+          [form, corpus](benchmark::State& s) {
+            auto db = warmDatabase();
+            const UnicodeString& text = corpus();
+            std::vector<UChar> buffer;
+            uint32_t r = 0, o = 0, x = 0;
+            if (db->normalizationFormK(form.K, form.C, text, &r, &o, &x) !=
+                icuNormalize(form, text, buffer)) {
+              s.SkipWithError("the result differs from the peer's");
+              return;
+            }
+            for (auto _ : s)
+              benchmark::DoNotOptimize(db->normalizationFormK(form.K, form.C, text, &r, &o, &x));
+            s.SetBytesProcessed(static_cast<int64_t>(s.iterations() * text.size() * 2));
+          },
+          [form, corpus](benchmark::State& s) {
+            const UnicodeString& text = corpus();
+            std::vector<UChar> buffer;
+            for (auto _ : s) benchmark::DoNotOptimize(icuNormalize(form, text, buffer));
+            s.SetBytesProcessed(static_cast<int64_t>(s.iterations() * text.size() * 2));
+          });
+    }
+  }
+}
+
+// ---- Full case folding
+// ------------------------------------------------------------------------------
+
+UnicodeString icuFold(const UnicodeString& text, std::vector<UChar>& buffer) {
+  UErrorCode status = U_ZERO_ERROR;
+  buffer.resize(text.size() * 3 + 16);
+  const int32_t length =
+      u_strFoldCase(buffer.data(), static_cast<int32_t>(buffer.size()), text.data(),
+                    static_cast<int32_t>(text.size()), U_FOLD_CASE_DEFAULT, &status);
+  return U_SUCCESS(status) ? UnicodeString(buffer.data(), length) : UnicodeString();
+}
+
+void registerCaseFoldingFigures() {
+  const std::pair<const char*, const UnicodeString& (*)()> corpora[] = {{"A", corpusA},
+                                                                        {"B", corpusB}};
+  for (const auto& [corpusName, corpus] : corpora) {
+    registerPair(
+        std::string("full case folding corpus ") + corpusName,
+        [corpus](benchmark::State& s) {
+          auto db = warmDatabase();
+          const UnicodeString& text = corpus();
+          std::vector<UChar> buffer;
+          if (db->fullCaseFoldingForString(text) != icuFold(text, buffer)) {
+            s.SkipWithError("the result differs from the peer's");
+            return;
+          }
+          for (auto _ : s) benchmark::DoNotOptimize(db->fullCaseFoldingForString(text));
+        },
+        [corpus](benchmark::State& s) {
+          const UnicodeString& text = corpus();
+          std::vector<UChar> buffer;
+          for (auto _ : s) benchmark::DoNotOptimize(icuFold(text, buffer));
+        });
+  }
+}
+
+// ---- The first record lookup: the whole UnicodeData read
+// ------------------------------------------
+
+// The floor: a bare read and split of the file into codepoint, name, categories and class.
+struct BareRecord {
+  uint32_t codepoint;
+  std::string name, generalCategory, bidirectionalCategory;
+  unsigned combiningClass;
+};
+
+std::vector<BareRecord> bareReadAndSplit(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  std::vector<BareRecord> records;
+  records.reserve(40000);
+  size_t start = 0;
+  while (start < bytes.size()) {
+    size_t end = bytes.find('\n', start);
+    if (end == std::string::npos) end = bytes.size();
+    std::string_view line(bytes.data() + start, end - start);
+    std::string_view fields[5];
+    size_t from = 0;
+    for (auto& field : fields) {
+      const size_t semicolon = line.find(';', from);
+      field = line.substr(from, semicolon - from);
+      from = semicolon == std::string_view::npos ? line.size() : semicolon + 1;
+    }
+    records.push_back({static_cast<uint32_t>(std::stoul(std::string(fields[0]), nullptr, 16)),
+                       std::string(fields[1]), std::string(fields[2]), std::string(fields[4]),
+                       static_cast<unsigned>(std::atoi(std::string(fields[3]).c_str()))});
+    start = end + 1;
+  }
+  return records;
+}
+
+void registerFirstLookupFigure() {
+  registerPair(
+      "first unicodeDataForCodepoint (whole read)",
+      [](benchmark::State& s) {
+        for (auto _ : s) {
+          auto db = newDatabase();
+          auto record = db->unicodeDataForCodepoint(0xE9);
+          if (!record || record->characterName() != u"LATIN SMALL LETTER E WITH ACUTE") {
+            s.SkipWithError("the record of U+00E9 is wrong");
+            return;
+          }
+          s.PauseTiming();  // tearing the database down is not part of the figure
+          record.reset();
+          db.reset();
+          s.ResumeTiming();
+        }
+      },
+      [](benchmark::State& s) {
+        for (auto _ : s)
+          benchmark::DoNotOptimize(bareReadAndSplit(ucdDirectory() + "/UnicodeData.txt"));
+      });
+}
+
+}  // namespace
+
+void registerCoreBenchmarks() {
+  registerRecordFigures();
+  registerRangeFigures();
+  registerNormalizationFigures();
+  registerCaseFoldingFigures();
+  registerFirstLookupFigure();
+}
+
+}  // namespace qnunicode::bench
+
+int main(int argc, char** argv) {
+  qnunicode::bench::registerCoreBenchmarks();
+  qnunicode::bench::registerNameBenchmarks();
+  return qnunicode::bench::runBenchmarks(argc, argv);
+}

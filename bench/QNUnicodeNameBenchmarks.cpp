@@ -1,0 +1,78 @@
+// The name lookup: building it on a new database, and exact name-to-codepoint lookups against
+// ICU's algorithmic name search.
+#include <unicode/uchar.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "QNUnicodeBenchmarkSupport.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+
+namespace qnunicode::bench {
+namespace {
+
+// Names of a spread of characters, each looked up by its exact key.
+const std::vector<std::pair<std::string, uint32_t>>& sampleNames() {
+  static const std::vector<std::pair<std::string, uint32_t>> names = {
+      {"LATIN SMALL LETTER E WITH ACUTE", 0xE9},
+      {"GREEK CAPITAL LETTER OMEGA", 0x3A9},
+      {"HEBREW LETTER ALEF", 0x5D0},
+      {"DEVANAGARI LETTER KA", 0x915},
+      {"EURO SIGN", 0x20AC},
+      {"BLACK HEART SUIT", 0x2665},
+      {"HIRAGANA LETTER A", 0x3042},
+      {"GRINNING FACE", 0x1F600},
+      {"MATHEMATICAL BOLD CAPITAL A", 0x1D400},
+      {"ZERO WIDTH JOINER", 0x200D}};
+  return names;
+}
+
+UnicodeString keyFor(const std::string& name, uint32_t codepoint) {
+  char code[16];
+  std::snprintf(code, sizeof code, " [U+%04X]", codepoint);
+  return fromUTF8(name + code);
+}
+
+}  // namespace
+
+void registerNameBenchmarks() {
+  benchmark::RegisterBenchmark("name lookup: build on a new database", [](benchmark::State& s) {
+    for (auto _ : s) {
+      auto db = newDatabase();
+      benchmark::DoNotOptimize(db->nameLookupWithoutUnihan()->size());
+      s.PauseTiming();
+      db.reset();
+      s.ResumeTiming();
+    }
+  })->Unit(benchmark::kMillisecond);
+
+  registerPair(
+      "exact name to codepoint (10 names)",
+      [](benchmark::State& s) {
+        auto lookup = warmDatabase()->nameLookupWithoutUnihan();
+        std::vector<UnicodeString> keys;
+        for (const auto& [name, codepoint] : sampleNames()) {
+          keys.push_back(keyFor(name, codepoint));
+          auto found = lookup->find(keys.back());
+          if (found == lookup->end() || found->second != codepoint) {
+            s.SkipWithError("a sample name is missing from the lookup");
+            return;
+          }
+        }
+        for (auto _ : s) {
+          for (const UnicodeString& key : keys) benchmark::DoNotOptimize(lookup->find(key));
+        }
+      },
+      [](benchmark::State& s) {
+        for (auto _ : s) {
+          for (const auto& [name, codepoint] : sampleNames()) {
+            UErrorCode status = U_ZERO_ERROR;
+            benchmark::DoNotOptimize(u_charFromName(U_UNICODE_CHAR_NAME, name.c_str(), &status));
+          }
+        }
+      },
+      benchmark::kNanosecond);
+}
+
+}  // namespace qnunicode::bench
