@@ -1,0 +1,414 @@
+// Data-file versions and integrity: which Unicode versions each data file can belong to, from its
+// name, its header lines and the host's known digests, and whether one version is common to all.
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <set>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/util/QNDigest.h"
+#include "qnunicode/util/QNFileManager.h"
+#include "qnunicode/util/QNLog.h"
+
+namespace {
+
+// A whole regular file mapped read-only; an empty file maps to empty bytes.
+class MappedFile {
+ public:
+  explicit MappedFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+      const auto size = static_cast<size_t>(status.st_size);
+      if (size == 0) {
+        _isMapped = true;
+      } else {
+        void* address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+        if (address != MAP_FAILED) {
+          _address = address;
+          _size = size;
+          _isMapped = true;
+        }
+      }
+    }
+    close(descriptor);
+  }
+  ~MappedFile() {
+    if (_address) munmap(_address, _size);
+  }
+  MappedFile(const MappedFile&) = delete;
+  MappedFile& operator=(const MappedFile&) = delete;
+
+  bool isMapped() const { return _isMapped; }
+  std::string_view bytes() const {
+    return _address ? std::string_view(static_cast<const char*>(_address), _size)
+                    : std::string_view();
+  }
+
+ private:
+  void* _address = nullptr;
+  size_t _size = 0;
+  bool _isMapped = false;
+};
+
+// Version lines are looked for only this far into a file.
+constexpr size_t headerSpanLength = 1024;
+constexpr std::string_view unihanVersionMarker = "Unicode version:";
+constexpr std::string_view namesListVersionMarker = "@@@\tThe Unicode Standard ";
+
+void addVersion(std::vector<UnicodeString>& versions, UnicodeString version) {
+  if (std::find(versions.begin(), versions.end(), version) == versions.end()) {
+    versions.push_back(std::move(version));
+  }
+}
+
+// The file-name rule over a UTF-8 name or path: the text between "<prefix>-" and ".txt" of the
+// last component, at least one character long.
+std::optional<UnicodeString> versionFromName(std::string_view path, std::string_view prefix) {
+  const std::string name = QNAdditions::lastPathComponent(path);
+  constexpr std::string_view suffix = ".txt";
+  if (name.size() < prefix.size() + 1 + suffix.size() + 1) return std::nullopt;
+  if (!name.starts_with(prefix) || name[prefix.size()] != '-' || !name.ends_with(suffix)) {
+    return std::nullopt;
+  }
+  const size_t start = prefix.size() + 1;
+  return qnunicode::fromUTF8(
+      std::string_view(name).substr(start, name.size() - start - suffix.size()));
+}
+
+// A "@@@" version of two parts such as 5.2 gets its third part: 5.2.0.
+UnicodeString completedNamesListVersion(UnicodeString version) {
+  const bool onlyDigitsAndDots = std::all_of(version.begin(), version.end(), [](char16_t c) {
+    return (c >= u'0' && c <= u'9') || c == u'.';
+  });
+  const auto dots = std::count(version.begin(), version.end(), u'.');
+  if (onlyDigitsAndDots && dots == 1) version += u".0";
+  return version;
+}
+
+// The versions a digest list gives for a file: pairs are walked from last to first, so later pairs
+// come first; the first element of each pair is matched by the caller.
+template <typename Matches>
+std::vector<UnicodeString> versionsFromDigestList(const QNInfoValue* md5Array,
+                                                  const char* firstElementError,
+                                                  bool firstElementIsMap, Matches matches) {
+  std::vector<UnicodeString> versions;
+  const QNInfoValue::List* pairs = md5Array ? md5Array->list() : nullptr;
+  if (!pairs) return versions;
+  for (auto pair = pairs->rbegin(); pair != pairs->rend(); ++pair) {
+    const QNInfoValue::List* elements = pair->list();
+    if (!elements || elements->size() != 2) {
+      QNLog("Error in MD5 array: subarray not of size 2");
+      continue;
+    }
+    const QNInfoValue& key = (*elements)[0];
+    if (firstElementIsMap ? !key.isMap() : !key.isString()) {
+      QNLog(firstElementError);
+      continue;
+    }
+    if (!matches(key)) continue;
+    const QNInfoValue& value = (*elements)[1];
+    if (const UnicodeString* version = value.string()) {
+      versions.push_back(*version);
+    } else if (const QNInfoValue::List* list = value.list()) {
+      // Only text can be a version; other elements of a version list carry none.
+      for (const QNInfoValue& element : *list) {
+        if (const UnicodeString* version = element.string()) versions.push_back(*version);
+      }
+    } else {
+      QNLog("Error in MD5 array: object 1 of subarray neiter of class NSString nor NSArray");
+    }
+  }
+  return versions;
+}
+
+const QNInfoValue* infoValueForKey(const std::optional<QNInfoDictionary>& dictionary,
+                                   std::u16string_view key) {
+  if (!dictionary) return nullptr;
+  const auto found = dictionary->find(UnicodeString(key));
+  return found == dictionary->end() ? nullptr : &found->second;
+}
+
+}  // namespace
+
+// ---- Digest lists of the information dictionary ---------------------------------------------
+
+const QNInfoValue* QNUnicodeDatabase::unicodeDataMD5Array() const {
+  return infoValueForKey(_infoDictionary, u"UnicodeDataMD5");
+}
+
+const QNInfoValue* QNUnicodeDatabase::indexMD5Array() const {
+  return infoValueForKey(_infoDictionary, u"IndexMD5");
+}
+
+const QNInfoValue* QNUnicodeDatabase::unihanDataMD5Array() const {
+  return infoValueForKey(_infoDictionary, u"UnihanDataMD5");
+}
+
+// ---- Accessors that read UnicodeData first ----------------------------------------------------
+
+const std::vector<UnicodeString>& QNUnicodeDatabase::unicodeDataVersions() {
+  if (!_isDatabaseRead) readDatabase();
+  return _unicodeDataVersions;
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::unicodeDataVersion() {
+  if (!_isDatabaseRead) readDatabase();
+  if (_consistentVersion) return _consistentVersion;
+  if (_unicodeDataVersions.empty()) return std::nullopt;
+  return _unicodeDataVersions.back();
+}
+
+bool QNUnicodeDatabase::isConsistent() {
+  if (!_isDatabaseRead) readDatabase();
+  return _consistentVersion.has_value();
+}
+
+const std::vector<QNUnicodeDataFileInfo>& QNUnicodeDatabase::unicodeDataFileInfos() {
+  if (!_isDatabaseRead) readDatabase();
+  return _dataFilenamesAndVersions;
+}
+
+std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::unicodeDataFileInfoForFilePrefix(
+    std::u16string_view prefix) {
+  std::optional<QNUnicodeDataFileInfo> merged;
+  for (const QNUnicodeDataFileInfo& info : unicodeDataFileInfos()) {
+    if (info.prefix == prefix) merged = mergedVersionDictionaryFromDict(merged, info);
+  }
+  return merged;
+}
+
+// ---- Versions of one file ---------------------------------------------------------------------
+
+std::optional<UnicodeString> QNUnicodeDatabase::versionFromFilename(
+    const std::string& path, std::u16string_view filePrefix) {
+  return versionFromName(path, qnunicode::toUTF8(filePrefix));
+}
+
+std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::string& path,
+                                                                    std::u16string_view filePrefix,
+                                                                    bool isUnihan) {
+  std::vector<UnicodeString> versions;
+  versions.reserve(3);
+  if (path.empty()) return versions;
+  const std::string prefix = qnunicode::toUTF8(filePrefix);
+
+  const MappedFile file(path);
+  if (file.isMapped()) {
+    const std::string_view bytes = file.bytes();
+    const std::string_view header = bytes.substr(0, headerSpanLength);
+
+    // Unihan headers: "Unicode version:" then blanks, then the version up to a tab, line feed or
+    // space. Matches are looked for only before the span's end minus the marker's length.
+    if (isUnihan && header.size() > unihanVersionMarker.size()) {
+      const size_t lastStart = header.size() - unihanVersionMarker.size();
+      for (size_t p = 0; p < lastStart; ++p) {
+        if (header.compare(p, unihanVersionMarker.size(), unihanVersionMarker) != 0) continue;
+        size_t start = p + unihanVersionMarker.size();
+        while (start < header.size() && (header[start] == '\t' || header[start] == ' ')) ++start;
+        size_t end = start;
+        while (end < header.size() && header[end] != '\t' && header[end] != '\n' &&
+               header[end] != ' ') {
+          ++end;
+        }
+        if (auto version = qnunicode::decodeUTF8(header.substr(start, end - start))) {
+          addVersion(versions, std::move(*version));
+        }
+        p += unihanVersionMarker.size() - 1;
+      }
+    }
+
+    // UCD files begin with a comment line naming the file with its version.
+    if (bytes.size() >= 2 && bytes[0] == '#' && bytes[1] == ' ') {
+      std::string_view firstLine = bytes.substr(2);
+      firstLine = firstLine.substr(0, firstLine.find('\n'));
+      if (qnunicode::decodeUTF8(firstLine)) {
+        if (auto version = versionFromName(firstLine, prefix))
+          addVersion(versions, std::move(*version));
+      }
+    }
+
+    // Names list headers: "@@@<tab>The Unicode Standard " and the version to the line's end,
+    // which may lie past the header span.
+    if (header.size() > namesListVersionMarker.size()) {
+      const size_t lastStart = header.size() - namesListVersionMarker.size();
+      for (size_t p = 0; p < lastStart; ++p) {
+        if (header.compare(p, namesListVersionMarker.size(), namesListVersionMarker) != 0) continue;
+        const size_t start = p + namesListVersionMarker.size();
+        size_t end = bytes.find('\n', start);
+        if (end == std::string_view::npos) end = bytes.size();
+        addVersion(versions, completedNamesListVersion(
+                                 qnunicode::decodeLatin1(bytes.substr(start, end - start))));
+        p += namesListVersionMarker.size() - 1;
+      }
+    }
+  }
+
+  if (auto version = versionFromName(path, prefix)) addVersion(versions, std::move(*version));
+  return versions;
+}
+
+std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::string& path,
+                                                                    const QNInfoValue* md5Array) {
+  const MappedFile file(path);
+  if (!file.isMapped()) return {};
+  return versionsFromUnicodeFileData(file.bytes(), md5Array);
+}
+
+std::vector<UnicodeString> QNUnicodeDatabase::versionsFromUnicodeFileData(
+    std::string_view data, const QNInfoValue* md5Array) {
+  std::optional<UnicodeString> digest;
+  return versionsFromDigestList(md5Array,
+                                "Error in MD5 array: object 0 of subarray not of class NSString",
+                                false, [&](const QNInfoValue& key) {
+                                  if (!digest) digest = QNAdditions::md5HexString(data);
+                                  return *key.string() == *digest;
+                                });
+}
+
+std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnihanFile(const std::string& path,
+                                                                   const QNInfoValue* md5Array) {
+  const MappedFile file(path);
+  if (!file.isMapped()) return {};
+  const UnicodeString name = qnunicode::fromUTF8(QNAdditions::lastPathComponent(path));
+  std::optional<UnicodeString> digest;
+  return versionsFromDigestList(
+      md5Array, "Error in MD5 array: object 0 of subarray not of class NSDictionary", true,
+      [&](const QNInfoValue& key) {
+        const QNInfoValue::Map& digests = *key.map();
+        const auto found = digests.find(name);
+        if (found == digests.end() || !found->second.isString()) return false;
+        if (!digest) digest = QNAdditions::md5HexString(file.bytes());
+        return *found->second.string() == *digest;
+      });
+}
+
+// ---- Info dictionaries ------------------------------------------------------------------------
+
+std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::versionDictionaryForFilename(
+    const std::optional<std::string>& path, std::u16string_view filePrefix,
+    const std::optional<std::vector<UnicodeString>>& versions) {
+  if (!path || filePrefix.empty() || !versions) return std::nullopt;
+  return QNUnicodeDataFileInfo{UnicodeString(filePrefix), {*path}, *versions};
+}
+
+std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::mergedVersionDictionaryFromDict(
+    const std::optional<QNUnicodeDataFileInfo>& dict,
+    const std::optional<QNUnicodeDataFileInfo>& andDict) {
+  if (!dict) return andDict;
+  if (dict->prefix.empty() || !andDict || dict->prefix != andDict->prefix) {
+    QNLog("mergedVersionDictionaryFromDict:andDict: failed");
+    return std::nullopt;
+  }
+  QNUnicodeDataFileInfo merged{dict->prefix, dict->paths, {}};
+  merged.paths.insert(andDict->paths.begin(), andDict->paths.end());
+  // The versions both can belong to, each once, in the first one's order.
+  for (const UnicodeString& version : dict->versions) {
+    if (std::find(andDict->versions.begin(), andDict->versions.end(), version) !=
+        andDict->versions.end()) {
+      addVersion(merged.versions, version);
+    }
+  }
+  return merged;
+}
+
+// ---- The integrity check ----------------------------------------------------------------------
+
+void QNUnicodeDatabase::checkDataFileVersionIntegrity() {
+  static constexpr std::array<std::u16string_view, 16> checkedPrefixes = {
+      QNUnicodeFilePrefixArabicShaping,
+      QNUnicodeFilePrefixBlocks,
+      QNUnicodeFilePrefixCaseFolding,
+      QNUnicodeFilePrefixCompositionExclusions,
+      QNUnicodeFilePrefixDerivedAge,
+      QNUnicodeFilePrefixDerivedCoreProperties,
+      QNUnicodeFilePrefixHangulSyllableType,
+      QNUnicodeFilePrefixIndex,
+      QNUnicodeFilePrefixJamo,
+      QNUnicodeFilePrefixLineBreak,
+      QNUnicodeFilePrefixPropertyValueAliases,
+      QNUnicodeFilePrefixPropList,
+      QNUnicodeFilePrefixScripts,
+      QNUnicodeFilePrefixSpecialCasing,
+      QNUnicodeFilePrefixNamesList,
+      QNUnicodeFilePrefixUnicodeData,
+  };
+
+  std::vector<QNUnicodeDataFileInfo> infos;
+  infos.reserve(10);
+  std::set<UnicodeString> common;
+  bool consistent = false;
+  bool isFirst = true;
+  // The running intersection: the first file sets it, a file without versions (a missing one
+  // too) ends consistency for good.
+  auto intersect = [&](const std::vector<UnicodeString>& versions) {
+    if (isFirst) {
+      common = std::set<UnicodeString>(versions.begin(), versions.end());
+      consistent = !versions.empty();
+      isFirst = false;
+      return;
+    }
+    if (!consistent) return;
+    std::set<UnicodeString> remaining;
+    for (const UnicodeString& version : versions) {
+      if (common.contains(version)) remaining.insert(version);
+    }
+    common = std::move(remaining);
+    consistent = !common.empty();
+  };
+
+  for (const std::u16string_view prefix : checkedPrefixes) {
+    const std::optional<std::string> path = filenameWithPrefix(prefix);
+    std::vector<UnicodeString> versions;
+    if (prefix == QNUnicodeFilePrefixUnicodeData) {
+      versions = _unicodeDataVersions;
+    } else if (path) {
+      versions = versionsOfUnicodeFile(*path, prefix);
+      if (prefix == QNUnicodeFilePrefixIndex) {
+        // Digest versions follow the file's own, duplicates kept.
+        for (UnicodeString& version : versionsOfUnicodeFile(*path, indexMD5Array())) {
+          versions.push_back(std::move(version));
+        }
+      }
+    }
+    if (auto info = versionDictionaryForFilename(path, prefix, versions)) {
+      infos.push_back(std::move(*info));
+    }
+    intersect(versions);
+  }
+
+  if (_isUnihanAvailable) {
+    // Each Unihan file stands on its own under the one prefix.
+    for (const std::string& path : filenamesWithPrefix(QNUnicodeFilePrefixUnihan)) {
+      std::vector<UnicodeString> versions =
+          versionsOfUnicodeFile(path, QNUnicodeFilePrefixUnihan, true);
+      for (UnicodeString& version : versionsOfUnihanFile(path, unihanDataMD5Array())) {
+        addVersion(versions, std::move(version));
+      }
+      if (auto info = versionDictionaryForFilename(path, QNUnicodeFilePrefixUnihan, versions)) {
+        infos.push_back(std::move(*info));
+      }
+      intersect(versions);
+    }
+  }
+
+  _consistentVersion.reset();
+  if (consistent) {
+    for (auto version = _unicodeDataVersions.rbegin(); version != _unicodeDataVersions.rend();
+         ++version) {
+      if (common.contains(*version)) {
+        _consistentVersion = *version;
+        break;
+      }
+    }
+  }
+  _dataFilenamesAndVersions = std::move(infos);
+}
