@@ -331,6 +331,16 @@ class QNUnicodeDatabase {
   void createNameLookupWithoutUnihan(bool withoutUnihan);
 
  private:
+  // Adds the Unihan definitions to _nameLookup (unihan/).
+  void createUnihanNameLookup();
+  // True when _nameLookup maps the upper-cased key to this codepoint: such a key only repeats
+  // a name already there in other letter case and is not stored.
+  bool nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint);
+  // The names list's entry lookup: (codepoint, position in _namesList) of each codepoint's first
+  // entry, sorted by codepoint.
+  std::vector<std::pair<uint32_t, uint32_t>> _namesListPositions;
+
+ private:
   // UnicodeData (database/QNUnicodeDatabaseLoading.cpp).
   std::vector<const QNUnicodeData*> _allUnicodeData;
   struct IndexDeleter {
