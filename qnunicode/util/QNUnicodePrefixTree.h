@@ -31,6 +31,12 @@ class QNUnicodePrefixTree {
  private:
   struct Node;
   void appendNode(const Node* node, unsigned atLevel, std::string& toString) const;
+  // The key's digit at a level; level 0 holds the most significant digit.
+  uint64_t digit(uint64_t key, unsigned level) const {
+    return (key >> (_childCountLog2 * (_maxLevel - 1 - level))) & (_childCount - 1);
+  }
+  static void releaseNode(Node* node, unsigned childCount);
+  static void countNodes(const Node* node, unsigned childCount, size_t* leaves, size_t* nodes);
 
   Node* _root;
   unsigned _childCountLog2;

@@ -1,0 +1,56 @@
+#include "qnunicode/properties/QNUnicodePropertyMatching.h"
+
+#include "qnunicode/util/QNStringAdditions.h"
+
+namespace QNUnicode {
+
+UnicodeString matchableUnicodePropertyString(std::u16string_view s) {
+  // The removals come first: a removed character may bring two halves of a pair together, and
+  // the pair is then lower-cased as one codepoint.
+  UnicodeString kept;
+  kept.reserve(s.size());
+  for (char16_t unit : s) {
+    if (unit != u' ' && unit != u'-' && unit != u'_') kept.push_back(unit);
+  }
+  UnicodeString result;
+  result.reserve(kept.size());
+  for (size_t i = 0; i < kept.size(); ++i) {
+    uint32_t c = kept[i];
+    if ((c & 0xFC00) == 0xD800 && i + 1 < kept.size() && (kept[i + 1] & 0xFC00) == 0xDC00) {
+      c = (((c & 0x3FF) << 10) | (kept[i + 1] & 0x3FF)) + 0x10000;
+      ++i;
+    }
+    c = qnunicode::detail::lowercaseCodepoint(c);
+    if (c < 0x10000) {
+      result.push_back(static_cast<char16_t>(c));
+    } else {
+      c -= 0x10000;
+      result.push_back(static_cast<char16_t>(0xD800 | (c >> 10)));
+      result.push_back(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
+    }
+  }
+  return result;
+}
+
+bool isEqualToUnicodePropertyString(std::u16string_view s, std::u16string_view other) {
+  return matchableUnicodePropertyString(s) == matchableUnicodePropertyString(other);
+}
+
+bool containsUnicodePropertyString(const std::vector<QNInfoValue>& list, std::u16string_view s) {
+  const UnicodeString wanted = matchableUnicodePropertyString(s);
+  for (const QNInfoValue& element : list) {
+    const UnicodeString* text = element.string();
+    if (text && matchableUnicodePropertyString(*text) == wanted) return true;
+  }
+  return false;
+}
+
+bool containsUnicodePropertyString(const std::vector<UnicodeString>& list, std::u16string_view s) {
+  const UnicodeString wanted = matchableUnicodePropertyString(s);
+  for (const UnicodeString& element : list) {
+    if (matchableUnicodePropertyString(element) == wanted) return true;
+  }
+  return false;
+}
+
+}  // namespace QNUnicode

@@ -1,0 +1,327 @@
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "qnunicode/util/QNExceptions.h"
+#include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
+
+namespace QNUnicode {
+
+namespace {
+
+constexpr bool isHighSurrogate(uint32_t unit) {
+  return (unit & 0xFC00) == 0xD800;
+}
+constexpr bool isLowSurrogate(uint32_t unit) {
+  return (unit & 0xFC00) == 0xDC00;
+}
+constexpr uint32_t joinPair(uint32_t high, uint32_t low) {
+  return (((high & 0x3FF) << 10) | (low & 0x3FF)) + 0x10000;
+}
+
+[[noreturn]] void throwIndexOutOfRange(int32_t index) {
+  throw QNRangeException(QNFormat("UTF32 Index %i out of range", index));
+}
+
+// True when the units at position and position + 1 form a surrogate pair.
+inline bool isPairAt(std::u16string_view s, size_t position) {
+  return isHighSurrogate(s[position]) && position + 1 < s.size() && isLowSurrogate(s[position + 1]);
+}
+
+// The units of one codepoint counted the way UTF32Length counts: a pair is two units, every
+// other unit (an unpaired surrogate included) is one.
+inline size_t unitsOfCodepointAt(std::u16string_view s, size_t position) {
+  return isPairAt(s, position) ? 2 : 1;
+}
+
+// The unit offset of codepoint index `index` (counted as UTF32Length counts), or s.size() when
+// the string has exactly `index` codepoints; answers false when it has fewer.
+bool unitOffsetOfCodepointIndex(std::u16string_view s, int64_t index, size_t* offset) {
+  size_t position = 0;
+  for (int64_t k = 0; k < index; ++k) {
+    if (position >= s.size()) return false;
+    position += unitsOfCodepointAt(s, position);
+  }
+  *offset = position;
+  return true;
+}
+
+void appendCodepoint(UnicodeString& out, uint32_t codepoint) {
+  const uint32_t code = UTF16CodeForCode(codepoint);
+  out.push_back(static_cast<char16_t>(code & 0xFFFF));
+  if (code >> 16) out.push_back(static_cast<char16_t>(code >> 16));
+}
+
+}  // namespace
+
+UnicodeString stringWithCodepoint(uint32_t codepoint) {
+  UnicodeString result;
+  appendCodepoint(result, codepoint);
+  return result;
+}
+
+uint32_t UTF16CodeForCode(uint32_t codepoint) {
+  if (codepoint < 0x10000) return codepoint;
+  const uint32_t v = codepoint - 0x10000;
+  return (0xD800 | ((v >> 10) & 0x3FF)) | ((0xDC00 | (v & 0x3FF)) << 16);
+}
+
+std::optional<UnicodeString> UTF8RepresentationOfCodepoint(uint32_t codepoint,
+                                                           uint32_t numberSystem, bool withPrefix) {
+  if (numberSystem != 16 && numberSystem != 8) {
+    throw QNInvalidArgumentException("numberSystem must be 16 or 8");
+  }
+  const bool hexadecimal = numberSystem == 16;
+  if ((codepoint & 0xFFFFF800) == 0xD800) return std::nullopt;
+  const std::string bytes = qnunicode::toUTF8(stringWithCodepoint(codepoint));
+  if (bytes.empty()) return std::nullopt;
+  // U+0000 keeps the "0x" even without a prefix.
+  if (bytes[0] == '\0') return hexadecimal ? UnicodeString(u"0x00") : UnicodeString(u"\\000");
+  std::string text = (withPrefix && hexadecimal) ? "0x" : "";
+  for (char byte : bytes) {
+    text += QNFormat(hexadecimal ? "%02X" : "\\%03o",
+                     static_cast<unsigned>(static_cast<uint8_t>(byte)));
+  }
+  return qnunicode::decodeLatin1(text);
+}
+
+std::optional<UnicodeString> stringWithContentsOfUTF8File(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return std::nullopt;
+  struct stat status;
+  if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+    ::close(descriptor);
+    return std::nullopt;
+  }
+  // One read of the whole file; the size is a hint only, so a file that grows is read to its end.
+  std::string bytes;
+  bytes.resize(S_ISREG(status.st_mode) ? static_cast<size_t>(status.st_size) + 1 : 1 << 16);
+  size_t used = 0;
+  bool ok = true;
+  for (;;) {
+    if (used == bytes.size()) bytes.resize(bytes.size() * 2);
+    const ssize_t got = ::read(descriptor, bytes.data() + used, bytes.size() - used);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) {
+      ok = got == 0;
+      break;
+    }
+    used += static_cast<size_t>(got);
+  }
+  ::close(descriptor);
+  if (!ok) return std::nullopt;
+  bytes.resize(used);
+  return qnunicode::decodeUTF8(bytes);
+}
+
+uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool higherPlanes) {
+  // A negative index, taken as unsigned, is never below the length.
+  if (static_cast<uint64_t>(static_cast<int64_t>(index)) >= s.size()) throwIndexOutOfRange(index);
+  const size_t position = static_cast<size_t>(index);
+  const uint32_t unit = s[position];
+  if (!higherPlanes || !isPairAt(s, position)) return unit;
+  return joinPair(unit, s[position + 1]);
+}
+
+uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromCharacterOffset,
+                          int32_t* nextCodepointCharacterOffset) {
+  const int64_t length = static_cast<int64_t>(s.size());
+  // A negative offset (the -1 that ends a walk) or a negative index has no codepoint either.
+  if (length <= fromCharacterOffset || fromCharacterOffset < 0 || index < 0) {
+    throwIndexOutOfRange(index);
+  }
+  size_t position = static_cast<size_t>(fromCharacterOffset);
+  for (int32_t k = 0; k < index; ++k) {
+    position += unitsOfCodepointAt(s, position);
+    if (position >= s.size()) throwIndexOutOfRange(index);
+  }
+  const uint32_t unit = s[position];
+  uint32_t result = unit;
+  size_t next = position + 1;
+  if (isHighSurrogate(unit) && position + 1 < s.size()) {
+    // After a high surrogate the walk goes on two units further, paired or not.
+    if (isLowSurrogate(s[position + 1])) result = joinPair(unit, s[position + 1]);
+    next = position + 2;
+  }
+  if (nextCodepointCharacterOffset) {
+    *nextCodepointCharacterOffset = next < s.size() ? static_cast<int32_t>(next) : -1;
+  }
+  return result;
+}
+
+uint32_t codepointAtIndex(std::u16string_view s, int32_t index) {
+  return codepointAtIndex(s, index, 0, nullptr);
+}
+
+int32_t UTF32Length(std::u16string_view s) {
+  size_t length = s.size();
+  for (size_t i = 0; i + 1 < s.size(); ++i) {
+    if (isHighSurrogate(s[i]) && isLowSurrogate(s[i + 1])) {
+      --length;
+      ++i;
+    }
+  }
+  return static_cast<int32_t>(length);
+}
+
+std::vector<UnicodeString> codepoints(std::u16string_view s) {
+  const int32_t count = UTF32Length(s);
+  std::vector<UnicodeString> result;
+  result.reserve(static_cast<size_t>(count));
+  int32_t offset = 0;
+  for (int32_t k = 0; k < count; ++k) {
+    // The walk's offsets pass over the unit after an unpaired high surrogate, so a string with
+    // one runs out before its count and the next walk raises the range error.
+    result.push_back(stringWithCodepoint(codepointAtIndex(s, 0, offset, &offset)));
+  }
+  return result;
+}
+
+std::optional<UnicodeString> UTF8RepresentationAtIndex(std::u16string_view s, int32_t index,
+                                                       uint32_t numberSystem, bool withPrefix) {
+  return UTF8RepresentationOfCodepoint(codepointAtUnicharIndex(s, index, true), numberSystem,
+                                       withPrefix);
+}
+
+UnicodeString UTF16RepresentationAtIndex(std::u16string_view s, int32_t index) {
+  const uint32_t code = UTF16CodeForCode(codepointAtUnicharIndex(s, index, true));
+  std::string text = QNFormat("0x%04X", code & 0xFFFF);
+  if (code >> 16) text += QNFormat("%04X", code >> 16);
+  return qnunicode::decodeLatin1(text);
+}
+
+std::optional<std::vector<UnicodeString>> hexCodepointsArrayWithMaximumLength(
+    std::u16string_view s, uint32_t maximumLength) {
+  const int32_t count = UTF32Length(s);
+  if (count == 0) return std::nullopt;
+  const bool truncated = maximumLength != 0 && static_cast<uint32_t>(count) > maximumLength;
+  const uint32_t listed = truncated ? maximumLength : static_cast<uint32_t>(count);
+  std::vector<UnicodeString> result;
+  result.reserve(listed + (truncated ? 1 : 0));
+  int32_t offset = 0;
+  for (uint32_t k = 0; k < listed; ++k) {
+    result.push_back(
+        qnunicode::decodeLatin1(QNFormat("%04X", codepointAtIndex(s, 0, offset, &offset))));
+  }
+  if (truncated) result.push_back(u"...");
+  return result;
+}
+
+std::optional<UnicodeString> hexCodepointsJoinedBySpacesWithMaximumLength(std::u16string_view s,
+                                                                          uint32_t maximumLength) {
+  const auto list = hexCodepointsArrayWithMaximumLength(s, maximumLength);
+  if (!list) return std::nullopt;
+  UnicodeString joined;
+  for (size_t i = 0; i < list->size(); ++i) {
+    if (i) joined.push_back(u' ');
+    joined += (*list)[i];
+  }
+  return joined;
+}
+
+std::optional<UnicodeString> hexCodepointsJoinedBySpaces(std::u16string_view s) {
+  return hexCodepointsJoinedBySpacesWithMaximumLength(s, 0);
+}
+
+UnicodeString trimmedString(std::u16string_view s) {
+  size_t first = 0, end = s.size();
+  while (first < end && qnunicode::isWhitespaceOrNewline(s[first])) ++first;
+  while (end > first && qnunicode::isWhitespaceOrNewline(s[end - 1])) --end;
+  return UnicodeString(s.substr(first, end - first));
+}
+
+UnicodeString stringWithoutLeadingCharactersFromSet(std::u16string_view s,
+                                                    const CodepointSet& set) {
+  size_t position = 0;
+  while (position < s.size()) {
+    const bool pair = isPairAt(s, position);
+    const uint32_t character = pair ? joinPair(s[position], s[position + 1]) : s[position];
+    if (!set.contains(character)) return UnicodeString(s.substr(position));
+    position += pair ? 2 : 1;
+  }
+  return UnicodeString();
+}
+
+UnicodeString stringWithoutTrailingCharactersFromSet(std::u16string_view s,
+                                                     const CodepointSet& set) {
+  size_t end = s.size();
+  while (end > 0) {
+    const bool pair = end >= 2 && isLowSurrogate(s[end - 1]) && isHighSurrogate(s[end - 2]);
+    const uint32_t character = pair ? joinPair(s[end - 2], s[end - 1]) : s[end - 1];
+    if (!set.contains(character)) return UnicodeString(s.substr(0, end));
+    end -= pair ? 2 : 1;
+  }
+  return UnicodeString();
+}
+
+// Copying codepoint by codepoint with fresh walks from the start gives exactly the units of the
+// codepoints copied (stringWithCodepoint rebuilds a pair or a lone surrogate unit as it stood),
+// so the copies are made as substrings at the codepoints' unit offsets, with the same range
+// errors the walks would raise.
+UnicodeString stringByInsertingString(std::u16string_view s, std::u16string_view string,
+                                      int32_t atCodepointIndex, bool replace) {
+  const int64_t count = UTF32Length(s);
+  size_t headEnd = 0;
+  if (atCodepointIndex > count) {
+    // The head copy fails at the first index past the last codepoint.
+    throwIndexOutOfRange(static_cast<int32_t>(count));
+  }
+  if (atCodepointIndex > 0) unitOffsetOfCodepointIndex(s, atCodepointIndex, &headEnd);
+  const int64_t tailStart = static_cast<int64_t>(atCodepointIndex) + (replace ? 1 : 0);
+  if (tailStart < 0) throwIndexOutOfRange(static_cast<int32_t>(tailStart));
+  size_t tailBegin = s.size();
+  if (tailStart < count) unitOffsetOfCodepointIndex(s, tailStart, &tailBegin);
+  UnicodeString result;
+  result.reserve(headEnd + string.size() + (s.size() - tailBegin));
+  result.append(s.substr(0, headEnd));
+  result.append(string);
+  result.append(s.substr(tailBegin));
+  return result;
+}
+
+UnicodeString stringByReplacingCodepointAtIndex(std::u16string_view s, int32_t index,
+                                                std::u16string_view withString) {
+  return stringByInsertingString(s, withString, index, true);
+}
+
+UnicodeString stringByRemovingCodepointsAtIndexes(std::u16string_view s,
+                                                  const CodepointIndexSet& indexes) {
+  UnicodeString result;
+  result.reserve(s.size());
+  size_t position = 0;
+  for (uint32_t k = 0; position < s.size(); ++k) {
+    const size_t units = unitsOfCodepointAt(s, position);
+    if (!indexes.contains(k)) result.append(s.substr(position, units));
+    position += units;
+  }
+  return result;
+}
+
+std::vector<UnicodeString> componentsSeparatedByCodepoint(std::u16string_view s,
+                                                          uint32_t codepoint) {
+  std::vector<UnicodeString> pieces;
+  pieces.reserve(10);
+  UnicodeString piece;
+  piece.reserve(s.size());
+  if (!s.empty()) {
+    int32_t offset = 0;
+    while (offset >= 0) {
+      const uint32_t character = codepointAtIndex(s, 0, offset, &offset);
+      if (character == codepoint) {
+        pieces.push_back(std::move(piece));
+        piece = UnicodeString();
+      } else {
+        appendCodepoint(piece, character);
+      }
+    }
+  }
+  pieces.push_back(std::move(piece));
+  return pieces;
+}
+
+}  // namespace QNUnicode
