@@ -1,0 +1,288 @@
+#include "qnunicode/properties/QNUnicodeCaseFolding.h"
+
+#include <algorithm>
+#include <array>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
+
+namespace {
+
+using FlatLookup = QNUnicodeCaseFoldingTable::FlatLookup;
+
+constexpr uint32_t kLastCodepoint = 0x10FFFF;
+constexpr size_t kLongestPooledText = 0xFF;
+constexpr size_t kPoolLimit = 0xFFFFFF;
+
+// The statuses that get a flat lookup of their own, and the two lists folded most.
+constexpr std::array<std::u16string_view, 4> kFlatStatuses = {u"C", u"F", u"S", u"T"};
+
+bool isList(const std::vector<UnicodeString>& statuses, std::u16string_view first,
+            std::u16string_view second) {
+  return statuses.size() == 2 && statuses[0] == first && statuses[1] == second;
+}
+
+}  // namespace
+
+// ---- The table ------------------------------------------------------------------------------
+
+QNUnicodeCaseFoldingTable::FlatLookup::FlatLookup()
+    : blocks((kLastCodepoint + 1) >> kBlockShift, 0), entries(kBlockSize, 0) {}
+
+void QNUnicodeCaseFoldingTable::FlatLookup::setEntry(uint32_t codepoint, uint32_t entry) {
+  uint16_t& block = blocks[codepoint >> kBlockShift];
+  if (block == 0) {
+    block = static_cast<uint16_t>(entries.size() >> kBlockShift);
+    entries.resize(entries.size() + kBlockSize, 0);
+  }
+  entries[(static_cast<uint32_t>(block) << kBlockShift) | (codepoint & (kBlockSize - 1))] = entry;
+}
+
+QNUnicodeCaseFoldingTable::QNUnicodeCaseFoldingTable() = default;
+QNUnicodeCaseFoldingTable::~QNUnicodeCaseFoldingTable() = default;
+
+void QNUnicodeCaseFoldingTable::setFolding(const UnicodeString& status, uint32_t codepoint,
+                                           UnicodeString folded) {
+  auto mapping = _mappings.find(status);
+  if (mapping == _mappings.end()) {
+    mapping = _mappings.emplace(status, Mapping()).first;
+    mapping->second.reserve(500);
+  }
+  mapping->second.insert_or_assign(codepoint, std::move(folded));
+}
+
+void QNUnicodeCaseFoldingTable::prepareLookups() {
+  _pool.clear();
+  _flatByStatus.clear();
+  _fullFolding.reset();
+  _simpleFolding.reset();
+
+  for (std::u16string_view status : kFlatStatuses) {
+    const auto mapping = _mappings.find(status);
+    if (mapping == _mappings.end()) continue;
+    FlatLookup flat;
+    for (const auto& [codepoint, folded] : mapping->second) {
+      // A walk never meets codepoints above the last one; the maps still answer for them.
+      if (codepoint > kLastCodepoint) continue;
+      uint32_t entry = FlatLookup::kEntryInMaps;
+      if (folded.size() <= kLongestPooledText && _pool.size() + folded.size() <= kPoolLimit) {
+        entry = static_cast<uint32_t>(_pool.size() << 8 | folded.size());
+        _pool += folded;
+      }
+      flat.setEntry(codepoint, entry);
+    }
+    _flatByStatus.emplace(UnicodeString(status), std::move(flat));
+  }
+
+  // A merged lookup answers the first status of the pair that holds the codepoint.
+  const auto merge = [this](std::u16string_view first,
+                            std::u16string_view second) -> std::unique_ptr<FlatLookup> {
+    auto merged = std::make_unique<FlatLookup>();
+    bool any = false;
+    for (std::u16string_view status : {first, second}) {
+      const auto flat = _flatByStatus.find(status);
+      if (flat == _flatByStatus.end()) continue;
+      any = true;
+      for (const auto& entry : _mappings.find(status)->second) {
+        const uint32_t codepoint = entry.first;
+        if (codepoint > kLastCodepoint || merged->entry(codepoint) != 0) continue;
+        merged->setEntry(codepoint, flat->second.entry(codepoint));
+      }
+    }
+    return any ? std::move(merged) : nullptr;
+  };
+  _fullFolding = merge(u"C", u"F");
+  _simpleFolding = merge(u"C", u"S");
+}
+
+const QNUnicodeCaseFoldingTable::Mapping* QNUnicodeCaseFoldingTable::mappingForStatus(
+    std::u16string_view status) const {
+  const auto mapping = _mappings.find(status);
+  return mapping == _mappings.end() ? nullptr : &mapping->second;
+}
+
+std::optional<std::u16string_view> QNUnicodeCaseFoldingTable::foldingForCodepoint(
+    uint32_t codepoint, std::u16string_view status) const {
+  const Mapping* mapping = mappingForStatus(status);
+  if (!mapping) return std::nullopt;
+  const auto folded = mapping->find(codepoint);
+  if (folded == mapping->end()) return std::nullopt;
+  return std::u16string_view(folded->second);
+}
+
+std::u16string_view QNUnicodeCaseFoldingTable::findInMaps(
+    uint32_t codepoint, const std::vector<UnicodeString>& statuses) const {
+  for (const UnicodeString& status : statuses) {
+    const Mapping* mapping = mappingForStatus(status);
+    if (!mapping) continue;
+    const auto folded = mapping->find(codepoint);
+    if (folded != mapping->end()) return folded->second;
+  }
+  return {};
+}
+
+// The walk of the fold. It reads the string as the library's codepoint walk does: a high
+// surrogate followed by any unit moves on by two units, so the unit after an unpaired high
+// surrogate is never seen. `find` answers the folded text, empty when the codepoint stays.
+template <typename Find>
+UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
+                                                  const Find& find) const {
+  const size_t length = string.size();
+  const char16_t* in = string.data();
+  UnicodeString out;
+  out.resize(length + 16);
+  char16_t* target = out.data();
+  size_t capacity = out.size();
+  size_t written = 0;
+  for (size_t i = 0; i < length;) {
+    uint32_t codepoint = in[i];
+    size_t step = 1;
+    if ((codepoint & 0xFC00) == 0xD800 && i + 1 < length) {
+      const uint32_t next = in[i + 1];
+      if ((next & 0xFC00) == 0xDC00) {
+        codepoint = 0x10000 + ((codepoint & 0x3FF) << 10) + (next & 0x3FF);
+      }
+      step = 2;
+    }
+    const std::u16string_view folded = find(codepoint);
+    const size_t needed = folded.empty() ? 2 : folded.size();
+    if (written + needed > capacity) {
+      capacity = std::max(capacity * 2, written + needed);
+      out.resize(capacity);
+      target = out.data();
+    }
+    if (!folded.empty()) {
+      for (char16_t unit : folded) target[written++] = unit;
+    } else if (codepoint > 0xFFFF) {
+      target[written++] = in[i];
+      target[written++] = in[i + 1];
+    } else {
+      target[written++] = static_cast<char16_t>(codepoint);
+    }
+    i += step;
+  }
+  out.resize(written);
+  return out;
+}
+
+UnicodeString QNUnicodeCaseFoldingTable::foldString(
+    std::u16string_view string, const std::vector<UnicodeString>& statuses) const {
+  if (string.empty()) return UnicodeString();
+  const char16_t* pool = _pool.data();
+
+  const FlatLookup* merged = nullptr;
+  if (isList(statuses, u"C", u"F")) merged = _fullFolding.get();
+  if (isList(statuses, u"C", u"S")) merged = _simpleFolding.get();
+  if (merged) {
+    return foldWith(string, [&](uint32_t codepoint) -> std::u16string_view {
+      const uint32_t entry = merged->entry(codepoint);
+      if (entry == 0) return {};
+      if (entry == FlatLookup::kEntryInMaps) return findInMaps(codepoint, statuses);
+      return {pool + (entry >> 8), entry & 0xFF};
+    });
+  }
+
+  // Any other list: the statuses the table has, each by its flat lookup where there is one.
+  struct Resolved {
+    const FlatLookup* flat;
+    const Mapping* mapping;
+  };
+  // Short lists stay on the stack; only a list of more than eight known statuses allocates.
+  std::array<Resolved, 8> inlineResolved;
+  std::vector<Resolved> longList;
+  size_t count = 0;
+  for (const UnicodeString& status : statuses) {
+    const auto mapping = _mappings.find(status);
+    if (mapping == _mappings.end()) continue;
+    const auto flat = _flatByStatus.find(status);
+    const Resolved entry{flat == _flatByStatus.end() ? nullptr : &flat->second, &mapping->second};
+    if (count < inlineResolved.size()) {
+      inlineResolved[count] = entry;
+    } else {
+      if (longList.empty()) longList.assign(inlineResolved.begin(), inlineResolved.end());
+      longList.push_back(entry);
+    }
+    ++count;
+  }
+  const Resolved* first = longList.empty() ? inlineResolved.data() : longList.data();
+  const Resolved* last = first + count;
+  return foldWith(string, [&](uint32_t codepoint) -> std::u16string_view {
+    for (const Resolved* status = first; status != last; ++status) {
+      if (status->flat) {
+        const uint32_t entry = status->flat->entry(codepoint);
+        if (entry == 0) continue;
+        if (entry != FlatLookup::kEntryInMaps) return {pool + (entry >> 8), entry & 0xFF};
+      }
+      const auto folded = status->mapping->find(codepoint);
+      if (folded != status->mapping->end()) return folded->second;
+    }
+    return {};
+  });
+}
+
+// ---- The database's case folding -----------------------------------------------------------
+
+std::shared_ptr<const QNUnicodeCaseFoldingTable> QNUnicodeDatabase::caseFolding() {
+  if (!_caseFolding) readCaseFolding();
+  return _caseFolding;
+}
+
+void QNUnicodeDatabase::readCaseFolding() {
+  auto table = std::make_shared<QNUnicodeCaseFoldingTable>();
+  _caseFolding = table;
+  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixCaseFolding);
+  std::optional<UnicodeString> text;
+  if (path) text = QNUnicode::stringWithContentsOfUTF8File(*path);
+  if (!text) {
+    // The empty table stays: the file is not looked for again.
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCaseFolding);
+    table->prepareLookups();
+    return;
+  }
+
+  // Only a line feed ends a line; the scanner passes over the rest of the white space, CR too.
+  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
+    if (!line.empty() && line[0] == u'#') continue;
+    qnunicode::QNScanner scanner(line);
+    uint32_t code = 0;
+    UnicodeString status;
+    if (!scanner.scanHexInt(&code) || !scanner.scanString(u";") ||
+        !scanner.scanUpToString(u";", &status) || !scanner.scanString(u";")) {
+      continue;  // blank lines and stray text
+    }
+    UnicodeString mapping;
+    while (!scanner.scanString(u";")) {
+      uint32_t codepoint = 0;
+      if (!scanner.scanHexInt(&codepoint)) {
+        QNLogFormat("could not parse CaseFolding line: %s", qnunicode::logText(line).c_str());
+        mapping.clear();
+        break;
+      }
+      mapping += QNUnicode::stringWithCodepoint(codepoint);
+    }
+    if (mapping.empty()) {
+      QNLogFormat("parsed empty CaseFolding mapping from line: %s",
+                  qnunicode::logText(line).c_str());
+      continue;
+    }
+    table->setFolding(status, code, std::move(mapping));
+  }
+  table->prepareLookups();
+}
+
+UnicodeString QNUnicodeDatabase::caseFoldingForString(const UnicodeString& string,
+                                                      const std::vector<UnicodeString>& withTypes) {
+  if (string.empty()) return UnicodeString();
+  // The shared database's table, not this object's: a fold means the host's database.
+  const std::shared_ptr<QNUnicodeDatabase> shared = sharedDatabase();
+  if (!shared) return string;
+  if (!shared->_caseFolding) shared->readCaseFolding();
+  return shared->_caseFolding->foldString(string, withTypes);
+}
+
+UnicodeString QNUnicodeDatabase::fullCaseFoldingForString(const UnicodeString& string) {
+  static const std::vector<UnicodeString> fullFolding = {u"C", u"F"};
+  return caseFoldingForString(string, fullFolding);
+}

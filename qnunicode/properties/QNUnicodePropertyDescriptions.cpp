@@ -1,0 +1,257 @@
+// Readable descriptions of property values: the alias table read from PropertyValueAliases, the
+// decomposition-tag descriptions read from the host's description directories, and one
+// description operation per property.
+#include <string>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/properties/QNUnicodeLineBreak.h"
+#include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
+#include "qnunicode/util/QNStringAdditions.h"
+
+namespace {
+
+// The blanks (the space separators) and the tab; line ends are not among them.
+constexpr bool isBlankOrTab(char16_t u) {
+  return u == u'\t' || (qnunicode::isWhitespaceOrNewline(u) && !(u >= 0x0A && u <= 0x0D) &&
+                        u != 0x85 && u != 0x2028 && u != 0x2029);
+}
+
+std::u16string_view trimmedOfBlanksAndTabs(std::u16string_view text) {
+  while (!text.empty() && isBlankOrTab(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlankOrTab(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// The lower-case form of a text, codepoint by codepoint and the same whatever the user's locale.
+UnicodeString lowercased(std::u16string_view text) {
+  UnicodeString result;
+  result.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = text[i];
+    if (c < 0x80) {
+      result.push_back(static_cast<char16_t>(c >= u'A' && c <= u'Z' ? c + 0x20 : c));
+      continue;
+    }
+    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
+      c = 0x10000 + ((c & 0x3FF) << 10) + (text[i + 1] & 0x3FF);
+      ++i;
+    }
+    result += QNUnicode::stringWithCodepoint(qnunicode::detail::lowercaseCodepoint(c));
+  }
+  return result;
+}
+
+// The description of a value: its aliases joined by one blank, or none without an entry.
+std::optional<UnicodeString> describe(const QNUnicodePropertyValueMap* values,
+                                      const QNUnicodePropertyValueKey& key) {
+  if (!values) return std::nullopt;
+  const auto aliases = values->find(key);
+  if (aliases == values->end()) return std::nullopt;
+  UnicodeString description;
+  for (size_t i = 0; i < aliases->second.size(); ++i) {
+    if (i > 0) description.push_back(u' ');
+    description += aliases->second[i];
+  }
+  return description;
+}
+
+}  // namespace
+
+// ---- PropertyValueAliases -------------------------------------------------------------------
+
+std::shared_ptr<const QNUnicodePropertyValueAliases> QNUnicodeDatabase::propertyValueAliases() {
+  if (!_propertyValueAliases) readPropertyValueAliases();
+  return _propertyValueAliases;
+}
+
+bool QNUnicodeDatabase::readPropertyValueAliases() {
+  // The table exists before the file is looked for, so a missing file is not looked for again
+  // (and, unlike the other data files, goes unreported).
+  _propertyValueAliases = std::make_shared<QNUnicodePropertyValueAliases>();
+  QNUnicodePropertyValueAliases& table = *_propertyValueAliases;
+  const std::optional<std::string> path =
+      filenameWithPrefix(QNUnicodeFilePrefixPropertyValueAliases);
+  std::optional<UnicodeString> text;
+  if (path) text = QNUnicode::stringWithContentsOfUTF8File(*path);
+  if (!text) return false;
+
+  // Every message names the file's line count where the line number would stand.
+  const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
+  const int lineCount = static_cast<int>(lines.size());
+  for (std::u16string_view line : lines) {
+    if (line.empty() || line[0] == u'#') continue;
+    const size_t comment = line.find(u'#');
+    if (comment != std::u16string_view::npos) line = line.substr(0, comment);
+
+    std::vector<std::u16string_view> fields = qnunicode::splitAt(line, u';');
+    if (fields.size() < 3) {
+      QNLogFormat(
+          "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Line %i contains %i fields "
+          "(minimum is 3). Ignoring line.",
+          lineCount, static_cast<int>(fields.size()));
+      continue;
+    }
+    const UnicodeString property = lowercased(trimmedOfBlanksAndTabs(fields[0]));
+    if (property.empty()) {
+      QNLogFormat(
+          "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Could not find property in "
+          "line %i. Ignoring line.",
+          lineCount);
+      continue;
+    }
+    // The property's map stays even when the rest of the line is then rejected.
+    QNUnicodePropertyValueMap& values = table[property];
+
+    size_t valueField = 1;
+    std::optional<int64_t> numericClass;
+    if (property == u"ccc") {
+      if (fields.size() < 4) {
+        QNLogFormat(
+            "QNUnicode::UnicodeDatabase -readPropertyValueAliases: ccc line %i contains %i "
+            "fields (minimum is 4). Ignoring line.",
+            lineCount, static_cast<int>(fields.size()));
+        continue;
+      }
+      // The class number, read the way a text's integer value is: leading white space passed
+      // over, an optional sign, the digits up to the first other character, 0 without any.
+      qnunicode::QNScanner scanner(fields[1]);
+      int32_t number = 0;
+      if (!scanner.scanInt(&number)) number = 0;
+      numericClass = number;
+      valueField = 2;
+    }
+
+    const UnicodeString value = lowercased(trimmedOfBlanksAndTabs(fields[valueField]));
+    if (value.empty()) {
+      QNLogFormat(
+          "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Could not find property value "
+          "in line %i. Ignoring line.",
+          lineCount);
+      continue;
+    }
+
+    std::vector<UnicodeString> aliases;
+    for (size_t field = valueField + 1; field < fields.size(); ++field) {
+      aliases.emplace_back(trimmedOfBlanksAndTabs(fields[field]));
+    }
+    std::vector<UnicodeString>& byName = values[QNUnicodePropertyValueKey(value)];
+    byName.insert(byName.end(), aliases.begin(), aliases.end());
+    if (numericClass) {
+      std::vector<UnicodeString>& byNumber = values[QNUnicodePropertyValueKey(*numericClass)];
+      byNumber.insert(byNumber.end(), aliases.begin(), aliases.end());
+    }
+  }
+  return true;
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::propertyValueAliasesForProperty(
+    std::u16string_view property) {
+  const std::shared_ptr<const QNUnicodePropertyValueAliases> table = propertyValueAliases();
+  const auto values = table->find(lowercased(property));
+  return values == table->end() ? nullptr : &values->second;
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::generalCategories() {
+  return propertyValueAliasesForProperty(u"gc");
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::bidirectionalCategories() {
+  return propertyValueAliasesForProperty(u"bc");
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::combiningClassDescriptions() {
+  return propertyValueAliasesForProperty(u"ccc");
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::arabicShapingJoiningTypeDescriptions() {
+  return propertyValueAliasesForProperty(u"jt");
+}
+
+const QNUnicodePropertyValueMap* QNUnicodeDatabase::lineBreakDescriptions() {
+  return propertyValueAliasesForProperty(u"lb");
+}
+
+// ---- Description files ----------------------------------------------------------------------
+
+std::shared_ptr<QNUnicodeDescriptionTable> QNUnicodeDatabase::readDescriptionFile(
+    const std::string& path) {
+  const std::optional<UnicodeString> text = QNUnicode::stringWithContentsOfUTF8File(path);
+  if (!text) return nullptr;
+  const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
+  auto table = std::make_shared<QNUnicodeDescriptionTable>();
+  table->reserve(lines.size());
+  // Strictly key, one tab, description: nothing is trimmed, and other lines are passed over.
+  for (std::u16string_view line : lines) {
+    if (!line.empty() && line[0] == u'#') continue;
+    const std::vector<std::u16string_view> fields = qnunicode::splitAt(line, u'\t');
+    if (fields.size() != 2) continue;
+    (*table)[lowercased(fields[0])] = UnicodeString(fields[1]);
+  }
+  return table;
+}
+
+void QNUnicodeDatabase::readCompatibilityMappingCategoriesTagDescriptions() {
+  const std::optional<std::string> path =
+      descriptionFilenameWithPrefix(QNUnicodeDescriptionPrefixCompatMappingCategories);
+  // Without the file the member stays absent, and the next access looks again.
+  _compatibilityMappingTagDescriptions = path ? readDescriptionFile(*path) : nullptr;
+}
+
+std::shared_ptr<const QNUnicodeDescriptionTable>
+QNUnicodeDatabase::compatibilityMappingTagDescriptions() {
+  if (!_compatibilityMappingTagDescriptions) readCompatibilityMappingCategoriesTagDescriptions();
+  return _compatibilityMappingTagDescriptions;
+}
+
+// ---- Descriptions of a codepoint ------------------------------------------------------------
+
+std::optional<UnicodeString> QNUnicodeDatabase::generalCategoryDescriptionForCodepoint(
+    uint32_t codepoint) {
+  const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
+  if (!record) return std::nullopt;
+  return describe(generalCategories(), lowercased(record->generalCategory()));
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::bidirectionalCategoryDescriptionForCodepoint(
+    uint32_t codepoint) {
+  const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
+  if (!record) return std::nullopt;
+  return describe(bidirectionalCategories(), lowercased(record->bidirectionalCategory()));
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::lineBreakDescriptionForCodepoint(
+    uint32_t codepoint) {
+  const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
+  if (!record) return std::nullopt;
+  return describe(lineBreakDescriptions(),
+                  lowercased(QNUnicode_StringForLineBreakClass(record->lineBreak())));
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::combiningClassDescriptionForCodepoint(
+    uint32_t codepoint) {
+  const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
+  if (!record) return std::nullopt;
+  return describe(combiningClassDescriptions(),
+                  static_cast<int64_t>(record->canonicalCombiningClass()));
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::mappingDescriptionForCodepoint(uint32_t codepoint) {
+  const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
+  if (!record) return std::nullopt;
+  const UnicodeString mapping = record->characterDecompositionMapping();
+  if (mapping.empty()) return std::nullopt;
+  const size_t tagEnd = mapping.find(u'>');
+  if (tagEnd == UnicodeString::npos) return UnicodeString(u"Canonical Mapping");
+  // The tag is looked up as written while the file's keys are lower-case, so a tag with a
+  // capital letter (noBreak) always answers the general text.
+  const std::shared_ptr<const QNUnicodeDescriptionTable> descriptions =
+      compatibilityMappingTagDescriptions();
+  if (descriptions) {
+    const auto description = descriptions->find(mapping.substr(0, tagEnd + 1));
+    if (description != descriptions->end()) return description->second;
+  }
+  return UnicodeString(u"Compatibility Mapping");
+}
