@@ -30,6 +30,7 @@ class QNUnicodeCaseFoldingTable;
 namespace qnunicode::detail {
 class OnDemandRecords;
 class NormalizationTables;
+class IntervalIndex;
 }  // namespace qnunicode::detail
 
 // Data-file prefixes: every data file is found by the beginning of its file name.
@@ -400,4 +401,7 @@ class QNUnicodeDatabase {
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
   // Derived lookup tables of the normalization forms, built on first use.
   std::shared_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
+  // The line-break class of every codepoint up to 0x10FFFF as read back from _lineBreaks once
+  // the file is read, for lookups without a walk down the tree.
+  std::shared_ptr<const qnunicode::detail::IntervalIndex> _lineBreakIndex;
 };
