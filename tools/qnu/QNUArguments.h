@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qnunicode/strings/UnicodeString.h"
+
+namespace qnu {
+
+// An inclusive run of codepoints; a single codepoint is a run of one.
+struct CodepointRange {
+  uint32_t first;
+  uint32_t last;
+  bool operator==(const CodepointRange&) const = default;
+};
+
+// The text of a command-line argument, strictly decoded. Raises UsageError naming the argument
+// by its 1-based position when the bytes are not well-formed UTF-8.
+UnicodeString decodeArgument(std::string_view argument, size_t position);
+
+// A codepoint written U+XXXX, 0xXXXX or XXXX (hexadecimal digits of either case, "U+" of either
+// case), or a range of two such codepoints joined by "..". Raises UsageError for anything else,
+// for a value above U+10FFFF and for a range whose end lies before its start.
+CodepointRange parseCodepointArgument(std::string_view argument, size_t position);
+
+// Every codepoint of a text, in order, one run each.
+void appendCodepointsOfText(const UnicodeString& text, std::vector<CodepointRange>& into);
+
+// The whole of standard input as bytes.
+std::string readStandardInput();
+
+}  // namespace qnu

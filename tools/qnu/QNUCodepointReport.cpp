@@ -1,0 +1,220 @@
+#include "QNUCodepointReport.h"
+
+#include "qnunicode/names/QNUnicodeNamesList.h"
+#include "qnunicode/properties/QNUnicodeArabicShaping.h"
+#include "qnunicode/properties/QNUnicodeLineBreak.h"
+#include "qnunicode/properties/QNUnicodeSpecialCasing.h"
+#include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+
+namespace qnu {
+
+namespace {
+
+Json jsonLines(const QNUnicodeNamesList_CharEntry::Lines& lines) {
+  return lines ? jsonTextList(*lines) : Json(nullptr);
+}
+
+Json namesListObject(const QNUnicodeNamesList_CharEntry& entry) {
+  Json object;
+  object["aliases"] = jsonLines(entry.aliases());
+  object["formalAliases"] = jsonLines(entry.formalAliases());
+  object["comments"] = jsonLines(entry.comments());
+  object["crossRefs"] = jsonLines(entry.crossRefs());
+  object["decompositions"] = jsonLines(entry.decompositions());
+  object["compatMappings"] = jsonLines(entry.compatMappings());
+  object["notices"] = jsonLines(entry.notices());
+  return object;
+}
+
+// The entry's display text without the two tabs that open each of its lines: the text table
+// gives every line its own indentation.
+std::string namesListText(const QNUnicodeNamesList_CharEntry& entry) {
+  std::string text;
+  for (std::u16string_view line : qnunicode::splitAt(entry.allLinesString(), u'\n')) {
+    while (!line.empty() && line.front() == u'\t') line.remove_prefix(1);
+    if (!text.empty()) text += '\n';
+    text += qnunicode::toUTF8(line);
+  }
+  return text;
+}
+
+Json specialCasingsValue(const std::optional<QNUnicodeSpecialCasingList>& casings,
+                         std::string& text) {
+  Json list = Json::array();
+  if (!casings) return list;
+  for (const auto& casing : *casings) {
+    Json object;
+    object["lowercaseMapping"] = jsonText(std::u16string_view(casing->lowercaseMapping()));
+    object["titlecaseMapping"] = jsonText(std::u16string_view(casing->titlecaseMapping()));
+    object["uppercaseMapping"] = jsonText(std::u16string_view(casing->uppercaseMapping()));
+    object["conditionList"] = jsonText(casing->conditionList());
+    list.push_back(std::move(object));
+    if (!text.empty()) text += '\n';
+    text += "lower " + qnunicode::toUTF8(casing->lowercaseMapping()) + "; title " +
+            qnunicode::toUTF8(casing->titlecaseMapping()) + "; upper " +
+            qnunicode::toUTF8(casing->uppercaseMapping());
+    if (casing->conditionList()) text += "; when " + qnunicode::toUTF8(*casing->conditionList());
+  }
+  return list;
+}
+
+Json numericValue(const std::optional<QNUnicodeNumericValue>& value) {
+  if (!value) return nullptr;
+  if (const int64_t* integer = std::get_if<int64_t>(&*value)) return *integer;
+  return std::get<float>(*value);
+}
+
+}  // namespace
+
+const QNUnicodeNamesList_CharEntry* CodepointReporter::namesListEntry(uint32_t codepoint) {
+  if (!_namesListIndexed) {
+    // Read once: a names list that cannot be read would be retried (and logged) on every call.
+    _namesListIndexed = true;
+    _namesList = _database.namesList();
+    if (_namesList) {
+      for (const auto& entry : *_namesList)
+        _namesListIndex.try_emplace(entry->codepoint(), entry.get());
+    } else if (!_database.filenameWithPrefix(QNUnicodeFilePrefixNamesList)) {
+      // The library reads this file without a missing-file notice; the host still wants one.
+      _database.notifyDelegateOfMissingFile(QNUnicodeFilePrefixNamesList);
+    }
+  }
+  const auto found = _namesListIndex.find(codepoint);
+  return found == _namesListIndex.end() ? nullptr : found->second;
+}
+
+std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
+  using Shown = ReportField::Shown;
+  QNUnicodeDatabase& db = _database;
+  const auto record = db.unicodeDataForCodepoint(codepoint);
+  const UnicodeString character = QNUnicode::stringWithCodepoint(codepoint);
+  std::vector<ReportField> fields;
+  auto add = [&fields](std::string key, std::string label, Json value) -> ReportField& {
+    fields.push_back({std::move(key), std::move(label), std::move(value), {}, {}, Shown::Always});
+    return fields.back();
+  };
+
+  add("codepoint", "Codepoint", codepoint).shown = Shown::InJSONOnly;
+  add("UTF8Representation", "UTF-8", jsonText(QNUnicode::UTF8RepresentationOfCodepoint(codepoint)));
+  add("UTF16Representation", "UTF-16",
+      jsonText(std::u16string_view(QNUnicode::UTF16RepresentationAtIndex(character, 0))));
+  add("characterName", "Name", jsonText(std::u16string_view(record->characterName())));
+  add("hangulName", "Hangul syllable name",
+      jsonText(QNUnicodeDatabase::getHangulName(static_cast<int32_t>(codepoint))))
+      .shown = Shown::InTextWhenPresent;
+  add("generalCategory", "General category",
+      jsonText(std::u16string_view(record->generalCategory())))
+      .description = jsonText(db.generalCategoryDescriptionForCodepoint(codepoint));
+  add("codepointType", "Codepoint type",
+      jsonText(std::u16string_view(QNUnicode_StringForCodepointType(record->codepointType()))));
+  add("canonicalCombiningClass", "Combining class", record->canonicalCombiningClass()).description =
+      jsonText(db.combiningClassDescriptionForCodepoint(codepoint));
+  add("bidirectionalCategory", "Bidirectional category",
+      jsonText(std::u16string_view(record->bidirectionalCategory())))
+      .description = jsonText(db.bidirectionalCategoryDescriptionForCodepoint(codepoint));
+  add("characterDecompositionMapping", "Decomposition",
+      jsonText(std::u16string_view(record->characterDecompositionMapping())))
+      .description = jsonText(db.mappingDescriptionForCodepoint(codepoint));
+  add("numericType", "Numeric type",
+      jsonText(std::u16string_view(QNUnicode_StringForNumericType(record->numericType()))));
+  add("numericValue", "Numeric value", numericValue(record->numericValue())).shown =
+      Shown::InJSONOnly;
+  add("numericValueString", "Numeric value",
+      jsonText(std::u16string_view(record->numericValueString())));
+  add("mirrored", "Mirrored", record->mirrored());
+  add("unicode1Name", "Unicode 1.0 name", jsonText(std::u16string_view(record->unicode1Name())));
+  add("commentField", "Comment", jsonText(std::u16string_view(record->commentField())));
+  add("uppercaseMapping", "Uppercase mapping",
+      jsonText(std::u16string_view(record->uppercaseMapping())));
+  add("lowercaseMapping", "Lowercase mapping",
+      jsonText(std::u16string_view(record->lowercaseMapping())));
+  add("titlecaseMapping", "Titlecase mapping",
+      jsonText(std::u16string_view(record->titlecaseMapping())));
+  std::string casingText;
+  Json casings = specialCasingsValue(db.specialCasingsForCodepoint(codepoint), casingText);
+  add("specialCasings", "Special casing", std::move(casings)).text =
+      casingText.empty() ? "(none)" : casingText;
+  const UnicodeString folded = db.fullCaseFoldingForString(character);
+  add("fullCaseFolding", "Case folding (full)", jsonText(std::u16string_view(folded))).text =
+      qnunicode::toUTF8(QNUnicode::hexCodepointsJoinedBySpaces(folded).value_or(u"(none)"));
+  add("block", "Block", jsonText(std::u16string_view(record->block())));
+  add("script", "Script", jsonText(record->script()));
+  add("age", "Age", jsonText(record->age()));
+  add("lineBreak", "Line break",
+      jsonText(std::u16string_view(QNUnicode_StringForLineBreakClass(record->lineBreak()))))
+      .description = jsonText(db.lineBreakDescriptionForCodepoint(codepoint));
+  add("hangulSyllableType", "Hangul syllable type",
+      jsonText(std::u16string_view(db.hangulSyllableTypeForCodepoint(codepoint))));
+  add("jamoShortName", "Jamo short name", jsonText(db.jamoShortNameForCodepoint(codepoint)));
+  const auto shaping = db.arabicShapingForCodepoint(codepoint);
+  add("joiningType", "Joining type",
+      shaping ? jsonText(std::u16string_view(shaping->joiningType())) : Json(nullptr))
+      .description = jsonText(db.arabicShapingJoiningTypeDescriptionForCodepoint(codepoint));
+  add("joiningGroup", "Joining group",
+      shaping ? jsonText(std::u16string_view(shaping->joiningGroup())) : Json(nullptr));
+  add("extendedProperties", "Properties",
+      jsonTextList(db.extendedPropertiesForCodepoint(codepoint)));
+  add("derivedCoreProperties", "Derived core properties",
+      jsonTextList(db.derivedCorePropertiesForCodepoint(codepoint)));
+  add("plane", "Plane", record->plane());
+  add("isAssignedCodePoint", "Assigned code point", record->isAssignedCodePoint());
+  const QNUnicodeNamesList_CharEntry* entry = namesListEntry(codepoint);
+  add("namesList", "Names list", entry ? namesListObject(*entry) : Json(nullptr)).text =
+      entry ? namesListText(*entry) : std::string();
+  const auto indexNames = db.indexNames();
+  std::vector<UnicodeString> names;
+  if (indexNames) {
+    const auto found = indexNames->find(codepoint);
+    if (found != indexNames->end()) names = found->second;
+  }
+  add("indexNames", "Index names", jsonTextList(names));
+  return fields;
+}
+
+std::string CodepointReporter::textOfValue(const Json& value) {
+  if (value.is_null()) return "(none)";
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  if (value.is_string()) {
+    const std::string& text = value.get_ref<const std::string&>();
+    return text.empty() ? "(none)" : text;
+  }
+  if (value.is_array()) {
+    std::string joined;
+    for (const Json& element : value) joined += (joined.empty() ? "" : ", ") + textOfValue(element);
+    return joined.empty() ? "(none)" : joined;
+  }
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string CodepointReporter::text(uint32_t codepoint) {
+  const std::vector<ReportField> all = fields(codepoint);
+  TextTable table;
+  std::string generalCategory;
+  for (const ReportField& field : all) {
+    if (field.key == "generalCategory") generalCategory = field.value.get<std::string>();
+    if (field.shown == ReportField::Shown::InJSONOnly) continue;
+    if (field.shown == ReportField::Shown::InTextWhenPresent && field.value.is_null()) continue;
+    std::string value =
+        field.text ? (field.text->empty() ? "(none)" : *field.text) : textOfValue(field.value);
+    if (field.description && !field.description->is_null()) {
+      value += " (" + textOfValue(*field.description) + ")";
+    }
+    table.add(field.label, std::move(value));
+  }
+  std::string header = codepointLabel(codepoint);
+  const std::string character = displayedCharacter(codepoint, qnunicode::fromUTF8(generalCategory));
+  if (!character.empty()) header += " " + character;
+  return header + "\n" + table.render(2);
+}
+
+std::string CodepointReporter::jsonLine(uint32_t codepoint) {
+  Json object;
+  for (ReportField& field : fields(codepoint)) {
+    object[field.key] = std::move(field.value);
+    if (field.description) object[field.key + "Description"] = std::move(*field.description);
+  }
+  return qnu::jsonLine(object);
+}
+
+}  // namespace qnu

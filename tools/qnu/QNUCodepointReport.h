@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "QNUOutput.h"
+#include "qnunicode/database/QNUnicodeDatabase.h"
+
+namespace qnu {
+
+// One property of a codepoint as inspect shows it. The JSON key is the library's own accessor
+// or lookup name; a described property also carries its description, written in JSON under the
+// key with "Description" appended and in text after the value in parentheses.
+struct ReportField {
+  enum class Shown { Always, InJSONOnly, InTextWhenPresent };
+
+  std::string key;
+  std::string label;
+  Json value;
+  std::optional<Json> description;
+  std::optional<std::string> text;  // the text form, when it is not the value's own
+  Shown shown = Shown::Always;
+};
+
+// Everything the library knows of one codepoint, as an ordered list of fields, rendered as an
+// aligned text block or as one JSON line. Needs a database whose UnicodeData can be read.
+class CodepointReporter {
+ public:
+  explicit CodepointReporter(QNUnicodeDatabase& database) : _database(database) {}
+
+  std::vector<ReportField> fields(uint32_t codepoint);
+  // "U+XXXX" and the character, then the properties, one per line, values aligned.
+  std::string text(uint32_t codepoint);
+  // One JSON object with its line end.
+  std::string jsonLine(uint32_t codepoint);
+
+  // The text form of a value: "(none)" for null, an empty text or an empty list; lists joined
+  // by ", "; yes or no.
+  static std::string textOfValue(const Json& value);
+
+ private:
+  const QNUnicodeNamesList_CharEntry* namesListEntry(uint32_t codepoint);
+
+  QNUnicodeDatabase& _database;
+  // The names list indexed once by codepoint (the first entry of a codepoint wins, as in the
+  // library's own lookup), so that long ranges do not search the list for every codepoint.
+  bool _namesListIndexed = false;
+  std::shared_ptr<const QNUnicodeNamesListEntries> _namesList;
+  std::unordered_map<uint32_t, const QNUnicodeNamesList_CharEntry*> _namesListIndex;
+};
+
+}  // namespace qnu

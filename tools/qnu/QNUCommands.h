@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QNUHost.h"
+
+// The commands of qnu. main.cpp declares their options on the command line and calls the
+// runner of the chosen one; each runner writes its results to standard output and answers the
+// exit code (kExitSuccess or kExitCheckFailed), raising UsageError for bad input before it
+// writes anything.
+namespace qnu {
+
+struct InspectOptions {
+  std::vector<std::string> arguments;
+  bool codepoints = false;  // the arguments are codepoints and ranges, not text
+};
+int runInspect(Host& host, const InspectOptions& options);
+
+struct NormalizeOptions {
+  std::string form = "nfc";         // nfc, nfd, nfkc or nfkd
+  std::optional<std::string> text;  // standard input when none
+};
+int runNormalize(Host& host, const NormalizeOptions& options);
+
+int runData(Host& host);
+
+struct NormtestOptions {
+  std::optional<std::string> file;  // the data directories' NormalizationTest.txt when none
+};
+int runNormtest(Host& host, const NormtestOptions& options);
+
+struct SearchOptions {
+  std::vector<std::string> words;
+  std::optional<std::string> regex;
+  std::optional<size_t> limit;
+  bool unihan = false;  // search the Unihan definitions too (reads the Unihan files)
+};
+int runSearch(Host& host, const SearchOptions& options);
+
+}  // namespace qnu

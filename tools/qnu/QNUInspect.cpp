@@ -1,0 +1,37 @@
+#include "QNUArguments.h"
+#include "QNUCodepointReport.h"
+#include "QNUCommands.h"
+
+namespace qnu {
+
+int runInspect(Host& host, const InspectOptions& options) {
+  // Every argument is checked before anything is written.
+  std::vector<CodepointRange> runs;
+  for (size_t i = 0; i < options.arguments.size(); ++i) {
+    if (options.codepoints) {
+      runs.push_back(parseCodepointArgument(options.arguments[i], i + 1));
+    } else {
+      appendCodepointsOfText(decodeArgument(options.arguments[i], i + 1), runs);
+    }
+  }
+  host.requireUnicodeData();
+
+  // Each codepoint is written as soon as it is known, so that a long range starts at once and
+  // needs no memory for what is already written.
+  CodepointReporter reporter(host.database());
+  bool first = true;
+  for (const CodepointRange& run : runs) {
+    for (uint64_t codepoint = run.first; codepoint <= run.last; ++codepoint) {
+      const auto value = static_cast<uint32_t>(codepoint);
+      if (host.json()) {
+        writeOut(reporter.jsonLine(value), true);
+      } else {
+        writeOut((first ? "" : "\n") + reporter.text(value), true);
+      }
+      first = false;
+    }
+  }
+  return kExitSuccess;
+}
+
+}  // namespace qnu

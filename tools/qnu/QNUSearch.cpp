@@ -1,0 +1,114 @@
+#include "QNUSearch.h"
+
+#include <memory>
+#include <regex>
+
+#include "QNUArguments.h"
+#include "QNUCommands.h"
+#include "QNUOutput.h"
+#include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/util/QNLog.h"
+
+namespace qnu {
+
+CaseBlindWordMatcher::CaseBlindWordMatcher(const std::vector<UnicodeString>& words, Folding folding)
+    : _folding(std::move(folding)) {
+  for (const UnicodeString& word : words) {
+    UnicodeString folded;
+    fold(word, folded);
+    _words.push_back(std::move(folded));
+  }
+}
+
+void CaseBlindWordMatcher::fold(std::u16string_view text, UnicodeString& into) const {
+  into.clear();
+  for (char16_t unit : text) {
+    if (unit >= 0x80) {
+      into = _folding(UnicodeString(text));
+      return;
+    }
+    into += (unit >= u'A' && unit <= u'Z') ? static_cast<char16_t>(unit + 0x20) : unit;
+  }
+}
+
+bool CaseBlindWordMatcher::matches(std::u16string_view key) {
+  fold(key, _foldedKey);
+  for (const UnicodeString& word : _words) {
+    if (_foldedKey.find(word) == UnicodeString::npos) return false;
+  }
+  return true;
+}
+
+namespace {
+
+// The test a key must pass: the pattern, or every word. Bad input is refused here, before any
+// data is read.
+std::function<bool(const UnicodeString&)> keyTest(QNUnicodeDatabase& database,
+                                                  const SearchOptions& options) {
+  if (options.regex) {
+    decodeArgument(*options.regex, 1);
+    auto pattern = std::make_shared<std::regex>();
+    try {
+      *pattern = std::regex(*options.regex, std::regex::ECMAScript | std::regex::icase);
+    } catch (const std::regex_error& error) {
+      throw UsageError("'" + *options.regex + "' is not a regular expression (" + error.what() +
+                       ")");
+    }
+    return [pattern](const UnicodeString& key) {
+      return std::regex_search(qnunicode::toUTF8(key), *pattern);
+    };
+  }
+  std::vector<UnicodeString> words;
+  for (size_t i = 0; i < options.words.size(); ++i) {
+    words.push_back(decodeArgument(options.words[i], i + 1));
+  }
+  auto matcher = std::make_shared<CaseBlindWordMatcher>(
+      words,
+      [&database](const UnicodeString& text) { return database.fullCaseFoldingForString(text); });
+  return [matcher](const UnicodeString& key) { return matcher->matches(key); };
+}
+
+}  // namespace
+
+int runSearch(Host& host, const SearchOptions& options) {
+  QNUnicodeDatabase& database = host.database();
+  const auto selects = keyTest(database, options);
+  host.requireUnicodeData();
+
+  // Without --unihan the lookup leaves the Unihan definitions out and so never reads the Unihan
+  // files; both are the same lookup when there are none.
+  const auto lookup = options.unihan ? database.nameLookup() : database.nameLookupWithoutUnihan();
+  const auto keys = options.unihan ? database.sortedNameLookupKeys()
+                                   : database.sortedNameLookupWithoutUnihanKeys();
+  if (!lookup || !keys) return kExitSuccess;
+
+  std::string out;
+  size_t count = 0;
+  for (const UnicodeString& key : *keys) {
+    if (!selects(key)) continue;
+    const auto entry = lookup->find(key);
+    if (entry == lookup->end()) continue;
+    const uint32_t codepoint = entry->second;
+    if (host.json()) {
+      Json match;
+      match["codepoint"] = codepoint;
+      match["key"] = jsonText(std::u16string_view(key));
+      out += jsonLine(match);
+    } else {
+      const auto record = database.unicodeDataForCodepoint(codepoint);
+      const std::string character =
+          record ? displayedCharacter(codepoint, record->generalCategory()) : std::string();
+      out += QNFormat("%-8s %s\t%s\n", codepointLabel(codepoint).c_str(), character.c_str(),
+                      qnunicode::toUTF8(key).c_str());
+    }
+    if (out.size() >= (1 << 16)) {
+      writeOut(out);
+      out.clear();
+    }
+    if (options.limit && ++count >= *options.limit) break;
+  }
+  writeOut(out);
+  return kExitSuccess;
+}
+
+}  // namespace qnu
