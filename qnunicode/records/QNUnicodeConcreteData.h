@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "qnunicode/records/QNUnicodeData.h"
@@ -24,14 +26,21 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
   // From a scanner at the start of a line. An empty field takes the text of the field before it
   // in the chain name, general category, bidirectional category, decomposition, numeric value,
   // Unicode 1.0 name, comment, uppercase, lowercase, titlecase.
-  static std::shared_ptr<QNUnicodeConcreteData> unicodeDataWithScanner(qnunicode::QNScanner& scanner);
+  static std::shared_ptr<QNUnicodeConcreteData> unicodeDataWithScanner(
+      qnunicode::QNScanner& scanner);
 
   // The byte form without a heap allocation of its own, for the loader's record storage.
   static std::optional<QNUnicodeConcreteData> parseBytes(const char* bytes, const char* sentinel,
                                                          size_t* bytesRead);
 
-  // A concrete copy of any record kind (initWithUnicodeData:).
+  // A concrete copy of any record kind (initWithUnicodeData:): every property is taken through
+  // the source's accessors, so absent text fields of the source become empty ones.
   explicit QNUnicodeConcreteData(const QNUnicodeData& other);
+  QNUnicodeConcreteData(const QNUnicodeConcreteData& other)
+      : QNUnicodeConcreteData(static_cast<const QNUnicodeData&>(other)) {}
+  QNUnicodeConcreteData(QNUnicodeConcreteData&& other) noexcept = default;
+  QNUnicodeConcreteData& operator=(const QNUnicodeConcreteData&) = delete;
+  QNUnicodeConcreteData& operator=(QNUnicodeConcreteData&&) = delete;
 
   uint32_t codepoint() const override;
   UnicodeString characterName() const override;
@@ -59,10 +68,74 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
   // Sets the decomposition array and the two mapping flags from a decomposition field.
   void characterDecompositionMappingWithString(std::optional<std::u16string_view> text);
 
+  // True when the name field is present and ends with the suffix (the loader's First/Last test,
+  // without making a string).
+  bool characterNameHasSuffix(std::u16string_view suffix) const;
+
  private:
   QNUnicodeConcreteData() = default;
 
-  // TODO(records): compact member layout (text fields in one buffer, presence bits).
+  // The text fields, in the order of the line. (The raw line itself is never kept.)
+  enum TextField : uint8_t {
+    NameField,
+    GeneralCategoryField,
+    BidirectionalCategoryField,
+    DecompositionField,
+    NumericValueStringField,
+    Unicode1NameField,
+    CommentField,
+    UppercaseField,
+    LowercaseField,
+    TitlecaseField,
+    TextFieldCount,
+  };
+  // One text field on its way into the record: absent, or ASCII bytes, or UTF-16 units.
+  struct TextInput {
+    bool present = false;
+    bool wide = false;
+    std::string_view narrow;
+    std::u16string_view units;
+  };
+  using TextInputs = std::array<TextInput, TextFieldCount>;
+
+  enum Flag : uint8_t {
+    MirroredFlag = 1,
+    CanonicalMappingFlag = 2,
+    CompatibilityMappingFlag = 4,
+    HasDecompositionArrayFlag = 8,
+    HasNumericValueFlag = 16,
+    NumericValueIsFloatFlag = 32,
+    WideTextFlag = 64,  // the text is stored as UTF-16 units, not as ASCII bytes
+  };
+
+  // Lays the decomposition codepoints and the texts out in one fresh buffer.
+  void store(std::span<const uint32_t> decomposition, const TextInputs& texts);
+  TextInputs currentTexts() const;
+  UnicodeString text(TextField field) const;
+  std::optional<UnicodeString> optionalText(TextField field) const;
+  void setFlag(Flag flag, bool on) { _flags = on ? (_flags | flag) : (_flags & ~flag); }
+  bool flag(Flag flag) const { return (_flags & flag) != 0; }
+  void setNumericValue(std::optional<QNUnicodeNumericValue> value);
+  // The numeric and titlecase rules shared by the three parse forms, once the fields are known.
+  static std::optional<QNUnicodeNumericValue> numericValueForFields(
+      QNUnicodeNumericType* type, std::u16string_view decimalDigit, std::u16string_view digit,
+      bool numericFieldIsEmpty, std::optional<std::u16string_view> numericText);
+
+  uint32_t _codepoint = 0;
+  uint32_t _canonicalCombiningClass = 0;
+  uint8_t _numericType = QNUnicodeNumericTypeNone;
+  uint8_t _flags = 0;
+  uint16_t _presentTexts = 0;  // one bit per TextField
+  uint32_t _decompositionCount = 0;
+  union {
+    int64_t integer;
+    float real;
+  } _numericValue{0};
+  // The decomposition codepoints, then every text field back to back (ASCII bytes, or UTF-16
+  // units when some field is not ASCII).
+  std::unique_ptr<std::byte[]> _buffer;
+  // Where each text field ends, in units from the start of the text.
+  std::array<uint32_t, TextFieldCount> _textEnds{};
 };
 
 // The numeric field read as a 32-bit float: numerator and denominator checked for digits (with

@@ -69,9 +69,10 @@ class QNUnicodeData {
   virtual bool canonicalMapping() const;
   virtual bool compatibilityMapping() const;
 
-  // A record of the same kind with the same content.
+  // A record of the same kind with the same content. The plain base raises like the accessors.
   virtual std::shared_ptr<QNUnicodeData> copy() const;
-  // The record as text; the concrete record prints its raw fields.
+  // The record as text: "<ClassName: 0x...>" unless a kind prints its fields (the concrete
+  // record prints its raw fields).
   virtual UnicodeString description() const;
 
   // Looks a property up by its accessor name ("generalCategory", "mirrored", ...), so that hosts
@@ -83,8 +84,9 @@ class QNUnicodeData {
   bool isAssignedToAbstractCharacter() const;
   bool isAssignedCodePoint() const;
   uint32_t plane() const { return codepoint() >> 16; }
+  // With no shared database set: none, none, 0 and none.
   std::optional<UnicodeString> age() const;
-  UnicodeString block() const;
+  std::optional<UnicodeString> block() const;
   uint32_t lineBreak() const;
   // Cached in the record after the first answer; a none answer is not cached.
   std::optional<UnicodeString> script() const;
