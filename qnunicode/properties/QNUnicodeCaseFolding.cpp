@@ -126,6 +126,9 @@ std::u16string_view QNUnicodeCaseFoldingTable::findInMaps(
 // The walk of the fold. It reads the string as the library's codepoint walk does: a high
 // surrogate followed by any unit moves on by two units, so the unit after an unpaired high
 // surrogate is never seen. `find` answers the folded text, empty when the codepoint stays.
+//
+// The result always has room for one unit per unit still to read, so a codepoint that stays
+// (the common case) is copied without a check; only a folding looks at the room left.
 template <typename Find>
 UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
                                                   const Find& find) const {
@@ -137,9 +140,27 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
   size_t capacity = out.size();
   size_t written = 0;
   for (size_t i = 0; i < length;) {
-    uint32_t codepoint = in[i];
+    const char16_t unit = in[i];
+    if ((unit & 0xF800) != 0xD800) {
+      const std::u16string_view folded = find(unit);
+      if (folded.empty()) {
+        target[written++] = unit;
+        ++i;
+        continue;
+      }
+      if (written + folded.size() + (length - i - 1) > capacity) {
+        capacity = std::max(capacity * 2, written + folded.size() + (length - i - 1));
+        out.resize(capacity);
+        target = out.data();
+      }
+      for (char16_t foldedUnit : folded) target[written++] = foldedUnit;
+      ++i;
+      continue;
+    }
+    // A surrogate: a pair is one codepoint; a high surrogate takes the unit after it along.
+    uint32_t codepoint = unit;
     size_t step = 1;
-    if ((codepoint & 0xFC00) == 0xD800 && i + 1 < length) {
+    if ((unit & 0xFC00) == 0xD800 && i + 1 < length) {
       const uint32_t next = in[i + 1];
       if ((next & 0xFC00) == 0xDC00) {
         codepoint = 0x10000 + ((codepoint & 0x3FF) << 10) + (next & 0x3FF);
@@ -147,20 +168,18 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
       step = 2;
     }
     const std::u16string_view folded = find(codepoint);
-    const size_t needed = folded.empty() ? 2 : folded.size();
-    if (written + needed > capacity) {
-      capacity = std::max(capacity * 2, written + needed);
+    if (folded.empty()) {
+      target[written++] = unit;
+      if (codepoint > 0xFFFF) target[written++] = in[i + 1];
+      i += step;
+      continue;
+    }
+    if (written + folded.size() + (length - i - step) > capacity) {
+      capacity = std::max(capacity * 2, written + folded.size() + (length - i - step));
       out.resize(capacity);
       target = out.data();
     }
-    if (!folded.empty()) {
-      for (char16_t unit : folded) target[written++] = unit;
-    } else if (codepoint > 0xFFFF) {
-      target[written++] = in[i];
-      target[written++] = in[i + 1];
-    } else {
-      target[written++] = static_cast<char16_t>(codepoint);
-    }
+    for (char16_t foldedUnit : folded) target[written++] = foldedUnit;
     i += step;
   }
   out.resize(written);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/properties/QNUnicodeArabicShaping.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
@@ -236,6 +237,15 @@ std::optional<UnicodeString> QNUnicodeDatabase::combiningClassDescriptionForCode
   if (!record) return std::nullopt;
   return describe(combiningClassDescriptions(),
                   static_cast<int64_t>(record->canonicalCombiningClass()));
+}
+
+std::optional<UnicodeString> QNUnicodeDatabase::arabicShapingJoiningTypeDescriptionForCodepoint(
+    uint32_t codepoint) {
+  // Listed or not, a codepoint with a character record has an Arabic shaping record.
+  const std::shared_ptr<const QNUnicodeArabicShaping> shaping =
+      arabicShapingForCodepoint(codepoint);
+  if (!shaping) return std::nullopt;
+  return describe(arabicShapingJoiningTypeDescriptions(), lowercased(shaping->joiningType()));
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::mappingDescriptionForCodepoint(uint32_t codepoint) {
