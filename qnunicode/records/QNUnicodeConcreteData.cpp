@@ -28,11 +28,6 @@ bool isASCII(std::u16string_view units) {
   return true;
 }
 
-const char* findByte(const char* from, const char* sentinel, char byte) {
-  if (from >= sentinel) return nullptr;
-  return static_cast<const char*>(std::memchr(from, byte, static_cast<size_t>(sentinel - from)));
-}
-
 // A text held on the stack while it is short: the parse forms widen ASCII fields into it so that
 // the scanner can read them without a heap allocation.
 class WideText {
@@ -234,12 +229,23 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   QNUnicodeConcreteData record;
   const char* cursor = bytes;
   // Separator searches run across line ends and fail only at the sentinel.
+  // The separators of the fourteen first fields, found in one pass; the fields are then taken
+  // one by one, so that a missing separator is noticed (and logged) where the field is read.
+  std::array<const char*, 14> separators{};
+  size_t separatorCount = 0;
+  for (const char* p = bytes; p < sentinel; ++p) {
+    if (*p == ';') {
+      separators[separatorCount++] = p;
+      if (separatorCount == separators.size()) break;
+    }
+  }
+  size_t fieldNumber = 0;
   auto nextField = [&](std::string_view* field) {
-    const char* end = findByte(cursor, sentinel, ';');
-    if (!end) {
+    if (fieldNumber >= separatorCount) {
       QNLog("no data");
       return false;
     }
+    const char* end = separators[fieldNumber++];
     *field = std::string_view(cursor, static_cast<size_t>(end - cursor));
     cursor = end + 1;
     return true;
@@ -307,7 +313,9 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   // Field 14 runs to the line feed or the sentinel. Its length is taken as the distance to the
   // byte after the terminator minus one, so data that ends without a line feed loses its last
   // byte: every line of the file must end in a line feed. A carriage return stays in the field.
-  const char* lineFeed = findByte(cursor, sentinel, '\n');
+  const char* lineFeed = cursor;
+  while (lineFeed < sentinel && *lineFeed != '\n') ++lineFeed;
+  if (lineFeed == sentinel) lineFeed = nullptr;
   const char* next = lineFeed ? lineFeed + 1 : sentinel;
   const size_t titlecaseLength = cursor < next ? static_cast<size_t>(next - cursor) - 1 : 0;
   fields[14] = std::string_view(cursor, titlecaseLength);

@@ -1,0 +1,393 @@
+// Reading UnicodeData into records and the codepoint index, and looking records up.
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <string_view>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/database/QNUnicodeRecordStorage.h"
+#include "qnunicode/records/QNUnicodeDefaultData.h"
+#include "qnunicode/util/QNLog.h"
+
+namespace {
+
+constexpr uint32_t kLastCodepoint = 0x10FFFF;
+constexpr size_t kIndexSlots = 0x110000;
+constexpr uint32_t kPageBits = 8;
+constexpr uint32_t kPageSize = 1u << kPageBits;
+constexpr size_t kPageCount = kIndexSlots / kPageSize;
+
+// A record the database owns, handed out without reference counting: the shared_ptr has no
+// control block, and the record lives as long as the database.
+std::shared_ptr<const QNUnicodeData> unowned(const QNUnicodeData* record) {
+  return std::shared_ptr<const QNUnicodeData>(std::shared_ptr<void>(), record);
+}
+
+// The whole content of a file: mapped when it is a regular file, read otherwise.
+class FileBytes {
+ public:
+  FileBytes() = default;
+  FileBytes(const FileBytes&) = delete;
+  FileBytes& operator=(const FileBytes&) = delete;
+  ~FileBytes() { release(); }
+
+  bool open(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    struct stat status {};
+    bool ok = ::fstat(descriptor, &status) == 0;
+    if (ok && S_ISREG(status.st_mode) && status.st_size > 0) {
+      void* mapped = ::mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_PRIVATE,
+                            descriptor, 0);
+      if (mapped != MAP_FAILED) {
+        _mapped = static_cast<const char*>(mapped);
+        _size = static_cast<size_t>(status.st_size);
+        ::close(descriptor);
+        return true;
+      }
+    }
+    // Empty, special or unmappable files are read; a directory fails here.
+    if (ok) {
+      char chunk[65536];
+      for (;;) {
+        const ssize_t count = ::read(descriptor, chunk, sizeof chunk);
+        if (count < 0) {
+          ok = false;
+          break;
+        }
+        if (count == 0) break;
+        _read.append(chunk, static_cast<size_t>(count));
+      }
+    }
+    ::close(descriptor);
+    return ok;
+  }
+
+  std::string_view bytes() const {
+    return _mapped ? std::string_view(_mapped, _size) : std::string_view(_read);
+  }
+
+  void release() {
+    if (_mapped) ::munmap(const_cast<char*>(_mapped), _size);
+    _mapped = nullptr;
+    _size = 0;
+    std::string().swap(_read);
+  }
+
+ private:
+  const char* _mapped = nullptr;
+  size_t _size = 0;
+  std::string _read;
+};
+
+}  // namespace
+
+// ---- Records made on demand ---------------------------------------------------------------------
+
+namespace qnunicode::detail {
+
+// The default records of 256 consecutive codepoints, in one allocation.
+class OnDemandRecords::Page {
+ public:
+  Page(uint32_t firstCodepoint, bool meetsRange) : meetsRange(meetsRange) {
+    for (uint32_t i = 0; i < kPageSize; ++i)
+      new (&_records[i]) QNUnicodeDefaultData(firstCodepoint + i);
+  }
+  ~Page() {
+    for (uint32_t i = 0; i < kPageSize; ++i) record(i).~QNUnicodeDefaultData();
+  }
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  const QNUnicodeDefaultData& record(uint32_t offset) const {
+    return *std::launder(reinterpret_cast<const QNUnicodeDefaultData*>(&_records[offset]));
+  }
+  QNUnicodeDefaultData& record(uint32_t offset) {
+    return *std::launder(reinterpret_cast<QNUnicodeDefaultData*>(&_records[offset]));
+  }
+
+  // Whether the interior of some identical-property range lies in this page, so that its
+  // codepoints must walk the ranges before they get a default record.
+  const bool meetsRange;
+
+ private:
+  struct alignas(QNUnicodeDefaultData) Slot {
+    std::byte bytes[sizeof(QNUnicodeDefaultData)];
+  };
+  Slot _records[kPageSize];
+};
+
+namespace {
+
+std::atomic<uint64_t> nextSerial{1};
+
+// The page a thread used last, with the serial of the cache it came from.
+struct ThreadPage {
+  uint64_t serial = 0;
+  uint32_t number = 0;
+  std::shared_ptr<OnDemandRecords::Page> page;
+};
+
+thread_local ThreadPage threadPage;
+
+}  // namespace
+
+OnDemandRecords::OnDemandRecords(const QNUnicodeData* const* index, std::vector<Range> ranges)
+    : _serial(nextSerial.fetch_add(1, std::memory_order_relaxed)),
+      _index(index),
+      _ranges(std::move(ranges)),
+      _pages(std::make_unique<std::weak_ptr<Page>[]>(kPageCount)) {}
+
+// Threads' last pages may outlive the cache: they hold plain default records, which refer to
+// nothing, and go when those threads use another page or end.
+OnDemandRecords::~OnDemandRecords() = default;
+
+bool OnDemandRecords::rangeInteriorMeets(uint64_t first, uint64_t last) const {
+  for (const Range& range : _ranges) {
+    const uint64_t interiorFirst = static_cast<uint64_t>(range.location) + 1;
+    const uint64_t interiorEnd = static_cast<uint64_t>(range.location) + range.length;  // exclusive
+    if (interiorFirst < interiorEnd && interiorFirst <= last && interiorEnd > first) return true;
+  }
+  return false;
+}
+
+const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::pageForCodepoint(
+    uint32_t codepoint) {
+  const uint32_t number = codepoint >> kPageBits;
+  ThreadPage& last = threadPage;
+  if (last.serial == _serial && last.number == number && last.page) return last.page;
+
+  std::shared_ptr<Page> page;
+  {
+    std::lock_guard lock(_mutex);
+    page = _pages[number].lock();
+    if (!page) {
+      const uint32_t first = number << kPageBits;
+      // The page and its control block are separate, so that an expired page gives its records'
+      // memory back while only the small control block waits for the weak reference.
+      page.reset(new Page(first, rangeInteriorMeets(first, first + kPageSize - 1)));
+      _pages[number] = page;
+    }
+  }
+  // The thread's previous page, if this was its last holder, goes here, outside the lock.
+  last.page = std::move(page);
+  last.serial = _serial;
+  last.number = number;
+  return last.page;
+}
+
+std::shared_ptr<const QNUnicodeData> OnDemandRecords::rangeMemberForCodepoint(uint32_t codepoint) {
+  for (const Range& range : _ranges) {
+    const uint64_t start = range.location;
+    if (!(start < codepoint && codepoint < start + range.length)) continue;
+    // A range that starts at codepoint 0 is never used: such codepoints get default records.
+    if (start == 0) return nullptr;
+    const QNUnicodeData* reference = start <= kLastCodepoint ? _index[start] : nullptr;
+    if (codepoint > kLastCodepoint) {
+      // No slot above 0x10FFFF: nothing is cached.
+      return std::make_shared<const QNUnicodePointerData>(codepoint,
+                                                          reference ? unowned(reference) : nullptr);
+    }
+    std::lock_guard lock(_mutex);
+    std::weak_ptr<const QNUnicodeData>& slot = _rangeMembers[codepoint];
+    if (std::shared_ptr<const QNUnicodeData> held = slot.lock()) return held;
+    std::shared_ptr<const QNUnicodeData> member = std::make_shared<const QNUnicodePointerData>(
+        codepoint, reference ? unowned(reference) : nullptr);
+    slot = member;
+    // Forget the members nobody holds any more once the map has doubled since the last sweep.
+    if (_rangeMembers.size() >= 2 * _rangeMembersAfterSweep + 64) {
+      std::erase_if(_rangeMembers, [](const auto& entry) { return entry.second.expired(); });
+      _rangeMembersAfterSweep = _rangeMembers.size();
+    }
+    return member;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<const QNUnicodeData> OnDemandRecords::recordForUnlistedCodepoint(
+    uint32_t codepoint) {
+  if (codepoint > kLastCodepoint) {
+    if (std::shared_ptr<const QNUnicodeData> member = rangeMemberForCodepoint(codepoint)) {
+      return member;
+    }
+    return std::make_shared<const QNUnicodeDefaultData>(codepoint);
+  }
+  const std::shared_ptr<Page>& page = pageForCodepoint(codepoint);
+  if (page->meetsRange) {
+    if (std::shared_ptr<const QNUnicodeData> member = rangeMemberForCodepoint(codepoint)) {
+      return member;
+    }
+  }
+  // Shares the page's ownership: the page lives while any of its records is held.
+  return std::shared_ptr<const QNUnicodeData>(page, &page->record(codepoint & (kPageSize - 1)));
+}
+
+}  // namespace qnunicode::detail
+
+// ---- Reading ------------------------------------------------------------------------------------
+
+void QNUnicodeDatabase::IndexDeleter::operator()(const QNUnicodeData** index) const {
+  // The slots own nothing: freeing the array is all there is to do.
+  std::free(index);
+}
+
+bool QNUnicodeDatabase::readDatabase() {
+  _isDatabaseRead = false;
+  _unicodeDataLineCount = 0;
+
+  if (!_databaseIndex) {
+    _allUnicodeData = std::vector<const QNUnicodeData*>();
+    _allUnicodeData.reserve(250000);
+    // Zeroed pages from calloc stay out of memory until a slot on them is written.
+    void* slots = std::calloc(kIndexSlots, sizeof(const QNUnicodeData*));
+    if (!slots) {
+      QNLogFormat("Couldn't allocate %lu bytes for _databaseIndex",
+                  static_cast<unsigned long>(kIndexSlots * sizeof(const QNUnicodeData*)));
+      return false;
+    }
+    _databaseIndex.reset(static_cast<const QNUnicodeData**>(slots));
+    _recordStorage = std::make_shared<RecordStorage>();
+  }
+
+  _mappingDictionary = QNUnicodeMappingDictionary();
+  _mappingDictionary.reserve(1000);
+  _identicalPropertyRanges.clear();
+  _identicalPropertyRanges.reserve(15);
+  _generalCategoryValues.clear();
+  _bidirectionalCategoryValues.clear();
+
+  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixUnicodeData);
+  FileBytes file;
+  if (!path || !file.open(*path)) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixUnicodeData);
+    return false;
+  }
+
+  const QNUnicodeData** index = _databaseIndex.get();
+  RecordStorage& storage = *_recordStorage;
+  const std::string_view data = file.bytes();
+  const char* cursor = data.data();
+  const char* const sentinel = data.data() + data.size();
+  const QNUnicodeConcreteData* pendingFirst = nullptr;
+  std::optional<UnicodeString> lastGeneralCategory, lastBidirectionalCategory;
+
+  while (cursor < sentinel) {
+    size_t consumed = 0;
+    std::optional<QNUnicodeConcreteData> parsed =
+        QNUnicodeConcreteData::parseBytes(cursor, sentinel, &consumed);
+    if (!parsed) break;  // the data ended inside a line
+    ++_unicodeDataLineCount;
+    const QNUnicodeConcreteData& record = storage.fileRecords.emplace_back(std::move(*parsed));
+    const uint32_t codepoint = record.codepoint();
+
+    if (pendingFirst) {
+      // The line after a First line closes the range when it is its Last line; either way the
+      // First line is no longer pending, and this line cannot open a range itself.
+      if (record.characterNameHasSuffix(u", Last>")) {
+        const uint32_t first = pendingFirst->codepoint();
+        _identicalPropertyRanges.push_back({first, codepoint - first});
+        // Members for every codepoint strictly between First and Last that has a slot.
+        const std::shared_ptr<const QNUnicodeData> reference = unowned(pendingFirst);
+        const uint64_t end = std::min<uint64_t>(codepoint, uint64_t{kLastCodepoint} + 1);
+        for (uint64_t member = uint64_t{first} + 1; member < end; ++member) {
+          const QNUnicodePointerData& made =
+              storage.rangeMembers.emplace_back(static_cast<uint32_t>(member), reference);
+          index[member] = &made;
+          _allUnicodeData.push_back(&made);
+        }
+      }
+      pendingFirst = nullptr;
+    } else if (record.characterNameHasSuffix(u", First>")) {
+      pendingFirst = &record;
+    }
+
+    _allUnicodeData.push_back(&record);
+    // Neighbouring lines mostly share their categories: the sets are asked only on a change.
+    UnicodeString bidirectionalCategory = record.bidirectionalCategory();
+    if (bidirectionalCategory != lastBidirectionalCategory) {
+      _bidirectionalCategoryValues.insert(bidirectionalCategory);
+      lastBidirectionalCategory = std::move(bidirectionalCategory);
+    }
+    UnicodeString generalCategory = record.generalCategory();
+    if (generalCategory != lastGeneralCategory) {
+      _generalCategoryValues.insert(generalCategory);
+      lastGeneralCategory = std::move(generalCategory);
+    }
+    // A later line with the same codepoint takes the slot; both records stay in the list.
+    if (codepoint <= kLastCodepoint) index[codepoint] = &record;
+
+    if (record.canonicalMapping()) {
+      const std::optional<std::span<const uint32_t>> mapping =
+          record.characterDecompositionMappingArray();
+      const size_t count = mapping ? mapping->size() : 0;
+      if (count == 2) {
+        std::unordered_map<uint32_t, uint32_t>& seconds = _mappingDictionary[(*mapping)[0]];
+        if (!seconds.emplace((*mapping)[1], codepoint).second) {
+          QNLogFormat("mapping exists for %u %u", (*mapping)[0], (*mapping)[1]);
+        }
+      } else if (count != 1) {  // singletons never compose
+        QNLogFormat("illegal mapping count: %lu for codepoint: %u",
+                    static_cast<unsigned long>(count), codepoint);
+      }
+    }
+    cursor += consumed;
+  }
+
+  _unicodeDataVersions = versionsFromUnicodeFileData(data, unicodeDataMD5Array());
+  for (UnicodeString& version : versionsOfUnicodeFile(*path, QNUnicodeFilePrefixUnicodeData)) {
+    if (std::find(_unicodeDataVersions.begin(), _unicodeDataVersions.end(), version) ==
+        _unicodeDataVersions.end()) {
+      _unicodeDataVersions.push_back(std::move(version));
+    }
+  }
+  file.release();
+
+  std::vector<qnunicode::detail::OnDemandRecords::Range> ranges;
+  ranges.reserve(_identicalPropertyRanges.size());
+  for (const IdenticalPropertyRange& range : _identicalPropertyRanges) {
+    ranges.push_back({range.location, range.length});
+  }
+  _onDemandRecords = std::make_shared<qnunicode::detail::OnDemandRecords>(index, std::move(ranges));
+
+  _isDatabaseRead = true;
+  checkDataFileVersionIntegrity();
+  return true;
+}
+
+// ---- Lookup -------------------------------------------------------------------------------------
+
+std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepoint(
+    uint32_t codepoint) {
+  if (!_isDatabaseRead && !readDatabase()) return nullptr;
+  if (codepoint <= kLastCodepoint) {
+    if (const QNUnicodeData* record = _databaseIndex[codepoint]) return unowned(record);
+  }
+  return _onDemandRecords->recordForUnlistedCodepoint(codepoint);
+}
+
+const std::vector<const QNUnicodeData*>& QNUnicodeDatabase::allUnicodeData() {
+  if (!_isDatabaseRead) readDatabase();
+  return _allUnicodeData;
+}
+
+const QNUnicodeMappingDictionary& QNUnicodeDatabase::mappingDictionary() {
+  if (!_isDatabaseRead) readDatabase();
+  return _mappingDictionary;
+}
+
+const std::set<UnicodeString>& QNUnicodeDatabase::generalCategoryValues() {
+  if (!_isDatabaseRead) readDatabase();
+  return _generalCategoryValues;
+}
+
+const std::set<UnicodeString>& QNUnicodeDatabase::bidirectionalCategoryValues() {
+  if (!_isDatabaseRead) readDatabase();
+  return _bidirectionalCategoryValues;
+}

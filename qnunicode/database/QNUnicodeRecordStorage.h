@@ -1,0 +1,72 @@
+#pragma once
+
+// Internal to the database: where the records of UnicodeData live, and the records made on
+// demand for codepoints the file does not list.
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/records/QNUnicodeConcreteData.h"
+#include "qnunicode/records/QNUnicodePointerData.h"
+
+// The records of the file and the members of its ranges, at stable addresses (the index and
+// _allUnicodeData point into these) and without a control block per record.
+struct QNUnicodeDatabase::RecordStorage {
+  std::deque<QNUnicodeConcreteData> fileRecords;
+  std::deque<QNUnicodePointerData> rangeMembers;
+};
+
+namespace qnunicode::detail {
+
+// Records for codepoints whose index slot is empty. They belong to whoever holds them: the cache
+// keeps no record alive by itself, so it empties as the holders let go, and while a record is
+// held, asking again for its codepoint answers the same record.
+//
+// Default records are made 256 at a time, one page per 256 codepoints. Each page is remembered
+// by a weak reference under a mutex, and each thread keeps the page it used last, so a walk over
+// unlisted codepoints takes neither a lock nor an allocation per lookup.
+class OnDemandRecords {
+ public:
+  struct Range {
+    uint32_t location;
+    uint32_t length;  // the range's interior is location < c < location + length
+  };
+
+  // `index` is the database's slot array; `ranges` its identical-property ranges, in file order.
+  OnDemandRecords(const QNUnicodeData* const* index, std::vector<Range> ranges);
+  ~OnDemandRecords();
+  OnDemandRecords(const OnDemandRecords&) = delete;
+  OnDemandRecords& operator=(const OnDemandRecords&) = delete;
+
+  // The record of a codepoint whose slot is empty (or above 0x10FFFF): a range member when a
+  // range other than one starting at 0 holds it first, a default record otherwise.
+  std::shared_ptr<const QNUnicodeData> recordForUnlistedCodepoint(uint32_t codepoint);
+
+  class Page;
+
+ private:
+  // Unique for the life of the process, so that a thread's last page is never taken for a page
+  // of a later database at the same address.
+  const uint64_t _serial;
+  const QNUnicodeData* const* _index;
+  const std::vector<Range> _ranges;
+
+  std::mutex _mutex;
+  // One weak reference per page of 256 codepoints.
+  std::unique_ptr<std::weak_ptr<Page>[]> _pages;
+  // Range members made after reading, for slots inside a range that stayed empty.
+  std::unordered_map<uint32_t, std::weak_ptr<const QNUnicodeData>> _rangeMembers;
+  size_t _rangeMembersAfterSweep = 0;
+
+  std::shared_ptr<const QNUnicodeData> rangeMemberForCodepoint(uint32_t codepoint);
+  // The page of the codepoint, held by the calling thread's last-page reference.
+  const std::shared_ptr<Page>& pageForCodepoint(uint32_t codepoint);
+  bool rangeInteriorMeets(uint64_t first, uint64_t last) const;
+};
+
+}  // namespace qnunicode::detail
