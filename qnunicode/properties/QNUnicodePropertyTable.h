@@ -33,10 +33,10 @@ class QNUnicodePropertyTable {
   };
 
   // The most name entries that building the interval index may go through (the sum over the
-  // intervals of the names that hold there). Real data needs a few ten thousand; a hostile file
-  // with thousands of staggered overlapping sets would need billions, and its table then answers
-  // by walking the sets instead.
-  static constexpr size_t kDefaultIndexBudget = size_t(1) << 23;
+  // intervals of the names that hold there). The files of UCD 15.0.0 need at most some 26000
+  // (DerivedCoreProperties); a hostile file with thousands of staggered overlapping sets would
+  // need millions, and its table then answers by walking the sets instead.
+  static constexpr size_t kDefaultIndexBudget = size_t(1) << 20;
 
   QNUnicodePropertyTable() : QNUnicodePropertyTable(Map{}) {}
   explicit QNUnicodePropertyTable(Map sets, size_t indexBudget = kDefaultIndexBudget);
