@@ -82,12 +82,23 @@ std::optional<UnicodeString> UTF8RepresentationOfCodepoint(uint32_t codepoint,
   if (bytes.empty()) return std::nullopt;
   // U+0000 keeps the "0x" even without a prefix.
   if (bytes[0] == '\0') return hexadecimal ? UnicodeString(u"0x00") : UnicodeString(u"\\000");
-  std::string text = (withPrefix && hexadecimal) ? "0x" : "";
+  // Two upper-case hexadecimal digits a byte, or a backslash and three octal digits.
+  static constexpr char16_t digits[] = u"0123456789ABCDEF";
+  UnicodeString text = (withPrefix && hexadecimal) ? u"0x" : u"";
+  text.reserve(text.size() + bytes.size() * 4);
   for (char byte : bytes) {
-    text += QNFormat(hexadecimal ? "%02X" : "\\%03o",
-                     static_cast<unsigned>(static_cast<uint8_t>(byte)));
+    const uint8_t value = static_cast<uint8_t>(byte);
+    if (hexadecimal) {
+      text.push_back(digits[value >> 4]);
+      text.push_back(digits[value & 0xF]);
+    } else {
+      text.push_back(u'\\');
+      text.push_back(digits[value >> 6]);
+      text.push_back(digits[(value >> 3) & 7]);
+      text.push_back(digits[value & 7]);
+    }
   }
-  return qnunicode::decodeLatin1(text);
+  return text;
 }
 
 std::optional<UnicodeString> stringWithContentsOfUTF8File(const std::string& path) {

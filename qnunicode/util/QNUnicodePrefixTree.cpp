@@ -18,8 +18,9 @@ namespace {
   std::abort();
 }
 
-#define QN_TREE_ASSERT(condition) \
-  ((condition) ? (void)0 : assertionFailure(__PRETTY_FUNCTION__, __LINE__, #condition))
+// The text is given as the assertion reads in the report, whatever the source's spacing.
+#define QN_TREE_ASSERT(condition, text) \
+  ((condition) ? (void)0 : assertionFailure(__PRETTY_FUNCTION__, __LINE__, text))
 
 }  // namespace
 
@@ -47,8 +48,8 @@ void QNUnicodePrefixTree::countNodes(const Node* node, unsigned childCount, size
 }
 
 QNUnicodePrefixTree::QNUnicodePrefixTree(unsigned countLog2, uint64_t maxKey) {
-  QN_TREE_ASSERT(countLog2 > 0);
-  QN_TREE_ASSERT(countLog2 < 6);
+  QN_TREE_ASSERT(countLog2 > 0, "countLog2>0");
+  QN_TREE_ASSERT(countLog2 < 6, "countLog2<6");
   _root = new Node{nullptr, nullptr, NotFound};
   _childCountLog2 = countLog2;
   _childCount = 1u << countLog2;
