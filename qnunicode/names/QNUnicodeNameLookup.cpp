@@ -1,0 +1,281 @@
+// The name lookup: display keys "NAME [U+XXXX]" of every UnicodeData name and Unicode 1.0 name
+// and of every Index entry, mapped to their codepoints; the Index names per codepoint; and the
+// case-insensitively sorted key lists of the host's search list.
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <typeinfo>
+
+#include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/records/QNUnicodePointerData.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
+
+namespace {
+
+constexpr size_t kNameLookupCapacity = 50000;
+
+// "%@ [U+%04X]": the name, a blank and the bracketed code in at least four upper-case digits.
+UnicodeString nameKey(std::u16string_view name, uint32_t codepoint) {
+  static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+  char16_t code[8];
+  int length = 0;
+  for (uint32_t rest = codepoint; rest != 0 || length < 4; rest >>= 4) {
+    code[length++] = kDigits[rest & 0xF];
+  }
+  UnicodeString key;
+  key.reserve(name.size() + 5 + static_cast<size_t>(length));
+  key.append(name);
+  key.append(u" [U+");
+  while (length > 0) key.push_back(code[--length]);
+  key.push_back(u']');
+  return key;
+}
+
+void storeKey(QNUnicodeNameLookup& lookup, const UnicodeString& key, uint32_t codepoint) {
+  lookup.insert_or_assign(key, codepoint);
+}
+
+bool isASCII(std::u16string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t u) { return u < 0x80; });
+}
+
+char16_t asciiUpper(char16_t u) {
+  return (u >= u'a' && u <= u'z') ? u - 32 : u;
+}
+char16_t asciiLower(char16_t u) {
+  return (u >= u'A' && u <= u'Z') ? u + 32 : u;
+}
+
+// The simple case mapping of one codepoint as this database's UnicodeData gives it; the
+// codepoint itself when it has none.
+uint32_t simpleCaseMapping(QNUnicodeDatabase& database, uint32_t codepoint, bool upper) {
+  const std::shared_ptr<const QNUnicodeData> record = database.unicodeDataForCodepoint(codepoint);
+  if (!record) return codepoint;
+  const UnicodeString mapping = upper ? record->uppercaseMapping() : record->lowercaseMapping();
+  qnunicode::QNScanner scanner(mapping);
+  uint32_t mapped;
+  if (!scanner.scanHexInt(&mapped) || !scanner.isAtEnd() || mapped > 0x10FFFF) return codepoint;
+  return mapped;
+}
+
+// The text with every codepoint replaced by its simple upper- or lower-case mapping. ASCII text
+// (all of UnicodeData's names and of the Index) is mapped without asking the records.
+UnicodeString caseMapped(QNUnicodeDatabase& database, std::u16string_view text, bool upper) {
+  UnicodeString result(text);
+  if (isASCII(text)) {
+    for (char16_t& u : result) u = upper ? asciiUpper(u) : asciiLower(u);
+    return result;
+  }
+  result.clear();
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = text[i];
+    if (c < 0x80) {
+      result.push_back(upper ? asciiUpper(text[i]) : asciiLower(text[i]));
+      continue;
+    }
+    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
+      c = 0x10000 + (((c & 0x3FF) << 10) | (text[i + 1] & 0x3FF));
+      ++i;
+    }
+    if ((c & 0xF800) != 0xD800) c = simpleCaseMapping(database, c, upper);  // unpaired: kept
+    result.append(QNUnicode::stringWithCodepoint(c));
+  }
+  return result;
+}
+
+// The keys sorted without regard to case: compared unit by unit after lower-casing, keys that
+// differ only in case ordered by their units. Composed and decomposed forms are not unified.
+std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase& database,
+                                                       const QNUnicodeNameLookup& lookup) {
+  struct Item {
+    const UnicodeString* key;
+    const UnicodeString* lowered;  // the lower-cased form; the key itself when it is ASCII
+  };
+  std::vector<Item> items;
+  items.reserve(lookup.size());
+  std::vector<UnicodeString> lowered;
+  lowered.reserve(static_cast<size_t>(std::count_if(
+      lookup.begin(), lookup.end(), [](const auto& entry) { return !isASCII(entry.first); })));
+  for (const auto& entry : lookup) {
+    if (isASCII(entry.first)) {
+      items.push_back({&entry.first, &entry.first});
+    } else {
+      lowered.push_back(caseMapped(database, entry.first, false));
+      items.push_back({&entry.first, &lowered.back()});
+    }
+  }
+  std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
+    const UnicodeString &x = *a.lowered, &y = *b.lowered;
+    const size_t common = std::min(x.size(), y.size());
+    for (size_t i = 0; i < common; ++i) {
+      const char16_t u = asciiLower(x[i]), v = asciiLower(y[i]);
+      if (u != v) return u < v;
+    }
+    if (x.size() != y.size()) return x.size() < y.size();
+    return *a.key < *b.key;
+  });
+  auto keys = std::make_shared<std::vector<UnicodeString>>();
+  keys->reserve(items.size());
+  for (const Item& item : items) keys->push_back(*item.key);
+  return keys;
+}
+
+std::optional<std::string> fileBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return std::nullopt;
+  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (file.bad()) return std::nullopt;
+  return bytes;
+}
+
+}  // namespace
+
+bool QNUnicodeDatabase::nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint) {
+  if (!_nameLookup) return false;
+  const auto found = _nameLookup->find(caseMapped(*this, key, true));
+  return found != _nameLookup->end() && found->second == codepoint;
+}
+
+// ---- Index ------------------------------------------------------------------------------------
+
+void QNUnicodeDatabase::readIndex() {
+  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixIndex);
+  std::optional<UnicodeString> text;
+  if (path) {
+    text = QNUnicode::stringWithContentsOfUTF8File(*path);
+    if (!text) {
+      if (const std::optional<std::string> bytes = fileBytes(*path)) {
+        text = qnunicode::decodeASCIILossy(*bytes);
+        QNLogFormat(
+            "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
+            "for reading",
+            path->c_str());
+      }
+    }
+  }
+  if (!text) {
+    // _indexNames stays none, so the next use tries again.
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixIndex);
+    return;
+  }
+
+  const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
+  _indexNames = std::make_shared<QNUnicodeIndexNames>();
+  _indexNames->reserve(lines.size());
+  if (!_nameLookup) {
+    _nameLookup = std::make_shared<QNUnicodeNameLookup>();
+    _nameLookup->reserve(kNameLookupCapacity);
+  }
+  if (!_nameLookupWithoutUnihan && _isUnihanAvailable) {
+    _nameLookupWithoutUnihan = std::make_shared<QNUnicodeNameLookup>();
+    _nameLookupWithoutUnihan->reserve(kNameLookupCapacity);
+  }
+  if (_nameLookupContainsIndex) QNLog("WARNING: _nameLookupContainsIndex == YES in -readIndex");
+
+  for (std::u16string_view line : lines) {
+    // A line is a name, a tab and a hexadecimal codepoint; anything else is passed over.
+    const size_t tab = line.find(u'\t');
+    if (tab == std::u16string_view::npos) continue;
+    const std::u16string_view name = line.substr(0, tab);
+    qnunicode::QNScanner scanner(line.substr(tab + 1));
+    uint32_t codepoint;
+    if (!scanner.scanHexInt(&codepoint)) continue;
+
+    // An entry that only repeats a name already there in other letter case ("acute accent" for
+    // ACUTE ACCENT) adds no key of its own; its name still counts among the Index names.
+    const UnicodeString key = nameKey(name, codepoint);
+    if (!nameLookupMapsUppercasedKey(key, codepoint)) {
+      storeKey(*_nameLookup, key, codepoint);
+      if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, codepoint);
+    }
+    std::vector<UnicodeString>& names = (*_indexNames)[codepoint];
+    if (names.empty()) names.reserve(2);
+    names.emplace_back(name);
+  }
+  _nameLookupContainsIndex = true;
+}
+
+std::shared_ptr<const QNUnicodeIndexNames> QNUnicodeDatabase::indexNames() {
+  if (!_indexNames) readIndex();
+  return _indexNames;
+}
+
+// ---- The lookup -------------------------------------------------------------------------------
+
+void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
+  if (!_isDatabaseRead && !readDatabase()) return;
+  if (!_nameLookup) {
+    _nameLookup = std::make_shared<QNUnicodeNameLookup>();
+    _nameLookup->reserve(kNameLookupCapacity);
+  }
+  if (!_nameLookupWithoutUnihan && _isUnihanAvailable) {
+    _nameLookupWithoutUnihan = std::make_shared<QNUnicodeNameLookup>();
+    _nameLookupWithoutUnihan->reserve(kNameLookupCapacity);
+  }
+
+  if (!_nameLookupContainsDatabase) {
+    // Every record read from the file; the members of First/Last ranges add nothing.
+    for (const QNUnicodeData* record : _allUnicodeData) {
+      if (typeid(*record) == typeid(QNUnicodePointerData)) continue;
+      const uint32_t codepoint = record->codepoint();
+      const UnicodeString unicode1Name = record->unicode1Name();
+      if (!unicode1Name.empty()) {
+        const UnicodeString key = nameKey(unicode1Name, codepoint);
+        storeKey(*_nameLookup, key, record->codeValue());
+        if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, record->codeValue());
+      }
+      const UnicodeString key = nameKey(record->characterName(), codepoint);
+      storeKey(*_nameLookup, key, record->codeValue());
+      if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, record->codeValue());
+    }
+    _nameLookupContainsDatabase = true;
+  }
+
+  if (!_nameLookupContainsIndex) indexNames();
+
+  if (withoutUnihan) return;
+  // The Unihan definitions join _nameLookup (and only it) in the Unihan reader's stage, once
+  // Unihan is read; until then the two maps hold the same keys.
+}
+
+std::shared_ptr<const QNUnicodeNameLookup> QNUnicodeDatabase::nameLookup() {
+  if (!_nameLookup || !_nameLookupContainsDatabase || !_nameLookupContainsIndex) {
+    createNameLookup();
+  } else if (_isUnihanAvailable && !_nameLookupContainsUnihan) {
+    createNameLookup();
+  }
+  return _nameLookup;
+}
+
+std::shared_ptr<const QNUnicodeNameLookup> QNUnicodeDatabase::nameLookupWithoutUnihan() {
+  if (!_isUnihanAvailable) return nameLookup();
+  if (!_nameLookupWithoutUnihan || !_nameLookupContainsDatabase || !_nameLookupContainsIndex) {
+    createNameLookupWithoutUnihan(true);
+  }
+  return _nameLookupWithoutUnihan;
+}
+
+// The sorted lists are made once: keys that reach a map afterwards (Unihan names read later) do
+// not appear in a list already made.
+std::shared_ptr<const std::vector<UnicodeString>> QNUnicodeDatabase::sortedNameLookupKeys() {
+  if (!_sortedNameLookupKeys) {
+    if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookup()) {
+      _sortedNameLookupKeys = sortedKeys(*this, *lookup);
+    }
+  }
+  return _sortedNameLookupKeys;
+}
+
+std::shared_ptr<const std::vector<UnicodeString>>
+QNUnicodeDatabase::sortedNameLookupWithoutUnihanKeys() {
+  if (!_isUnihanAvailable) return sortedNameLookupKeys();
+  if (!_sortedNameLookupWithoutUnihanKeys) {
+    if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookupWithoutUnihan()) {
+      _sortedNameLookupWithoutUnihanKeys = sortedKeys(*this, *lookup);
+    }
+  }
+  return _sortedNameLookupWithoutUnihanKeys;
+}
