@@ -40,7 +40,7 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
       : QNUnicodeConcreteData(static_cast<const QNUnicodeData&>(other)) {}
   QNUnicodeConcreteData(QNUnicodeConcreteData&& other) noexcept = default;
   QNUnicodeConcreteData& operator=(const QNUnicodeConcreteData&) = delete;
-  QNUnicodeConcreteData& operator=(QNUnicodeConcreteData&&) = delete;
+  QNUnicodeConcreteData& operator=(QNUnicodeConcreteData&&) noexcept = default;
 
   uint32_t codepoint() const override;
   UnicodeString characterName() const override;
