@@ -401,6 +401,9 @@ class QNUnicodeDatabase {
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
   // Derived lookup tables of the normalization forms, built on first use.
   std::shared_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
+  // The tables the forms work with (reading UnicodeData first if needed; the record-less tables
+  // when it cannot be read), with their composition part when `forComposition`.
+  qnunicode::detail::NormalizationTables& normalizationTables(bool forComposition);
   // The line-break class of every codepoint up to 0x10FFFF as read back from _lineBreaks once
   // the file is read, for lookups without a walk down the tree.
   std::shared_ptr<const qnunicode::detail::IntervalIndex> _lineBreakIndex;
