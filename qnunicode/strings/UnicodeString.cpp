@@ -34,12 +34,17 @@ void appendUTF16(UnicodeString& out, uint32_t c) {
   }
 }
 
-// Decodes one well-formed UTF-8 sequence at bytes[i]; answers its length, or 0 when ill-formed.
-size_t decodeOne(std::string_view bytes, size_t i, uint32_t* codepoint) {
+// Decodes the sequence at bytes[i] and answers its length. An ill-formed sequence answers
+// *valid false and the length of its maximal subpart: the longest start of a well-formed sequence
+// found there, at least one byte (so a truncated sequence is one ill-formed sequence, however
+// many of its bytes are present).
+size_t decodeOne(std::string_view bytes, size_t i, uint32_t* codepoint, bool* valid) {
   const auto byte = [&](size_t k) { return static_cast<uint8_t>(bytes[k]); };
   const uint8_t lead = byte(i);
+  *valid = false;
   if (lead < 0x80) {
     *codepoint = lead;
+    *valid = true;
     return 1;
   }
   size_t length;
@@ -59,15 +64,16 @@ size_t decodeOne(std::string_view bytes, size_t i, uint32_t* codepoint) {
     if (lead == 0xF0) low = 0x90;
     if (lead == 0xF4) high = 0x8F;
   } else {
-    return 0;
+    return 1;
   }
-  if (i + length > bytes.size()) return 0;
   for (size_t k = 1; k < length; ++k) {
+    if (i + k >= bytes.size()) return k;
     const uint8_t b = byte(i + k);
-    if (k == 1 ? (b < low || b > high) : (b < 0x80 || b > 0xBF)) return 0;
+    if (k == 1 ? (b < low || b > high) : (b < 0x80 || b > 0xBF)) return k;
     c = (c << 6) | (b & 0x3F);
   }
   *codepoint = c;
+  *valid = true;
   return length;
 }
 
@@ -94,8 +100,9 @@ std::optional<UnicodeString> decodeUTF8(std::string_view bytes) {
   out.reserve(bytes.size());
   for (size_t i = 0; i < bytes.size();) {
     uint32_t c;
-    const size_t length = decodeOne(bytes, i, &c);
-    if (length == 0) return std::nullopt;
+    bool valid;
+    const size_t length = decodeOne(bytes, i, &c, &valid);
+    if (!valid) return std::nullopt;
     appendUTF16(out, c);
     i += length;
   }
@@ -107,9 +114,10 @@ UnicodeString fromUTF8(std::string_view text) {
   out.reserve(text.size());
   for (size_t i = 0; i < text.size();) {
     uint32_t c;
-    const size_t length = decodeOne(text, i, &c);
-    appendUTF16(out, length == 0 ? 0xFFFD : c);
-    i += length == 0 ? 1 : length;
+    bool valid;
+    const size_t length = decodeOne(text, i, &c, &valid);
+    appendUTF16(out, valid ? c : 0xFFFD);
+    i += length;
   }
   return out;
 }

@@ -18,7 +18,8 @@ std::string toUTF8(std::u16string_view text);
 std::optional<UnicodeString> decodeUTF8(std::string_view bytes);
 
 // Lossy decoding for text the library writes itself (literals, file names): every ill-formed
-// sequence becomes U+FFFD.
+// sequence becomes one U+FFFD, a sequence being the maximal subpart of a well-formed one (a
+// truncated three-byte form is one sequence; a stray continuation byte is one of its own).
 UnicodeString fromUTF8(std::string_view text);
 
 // Each byte is the codepoint of the same value.
