@@ -105,104 +105,51 @@ const std::vector<UnicodeString>& surrogateCombinations() {
   return strings;
 }
 
-// The value of upper-case hexadecimal digits; none for anything else.
-std::optional<uint32_t> hexValue(std::u16string_view text) {
-  if (text.empty()) return std::nullopt;
-  uint32_t value = 0;
-  for (char16_t u : text) {
-    if (u >= u'0' && u <= u'9') {
-      value = value * 16 + static_cast<uint32_t>(u - u'0');
-    } else if (u >= u'A' && u <= u'F') {
-      value = value * 16 + static_cast<uint32_t>(u - u'A' + 10);
-    } else {
-      return std::nullopt;
-    }
-  }
-  return value;
-}
-
-uint32_t parseHex(std::u16string_view text) {
-  const auto value = hexValue(text);
-  EXPECT_TRUE(value.has_value()) << "not upper-case hexadecimal: " << qnunicode::toUTF8(text);
-  return value.value_or(0xFFFFFFFF);
-}
-
-std::string icuUTF8(uint32_t codepoint) {
+// The UTF-8 bytes of a codepoint by ICU, written as the representations write them: two
+// upper-case hexadecimal digits or a backslash and three octal digits a byte.
+UnicodeString icuUTF8Text(uint32_t codepoint, uint32_t numberSystem) {
   uint8_t bytes[4];
   int32_t length = 0;
   UBool error = false;
   U8_APPEND(bytes, length, 4, codepoint, error);
-  return error ? std::string("error") : std::string(reinterpret_cast<const char*>(bytes), length);
-}
-
-// The bytes a UTF-8 representation stands for: two hexadecimal digits a byte (after the "0x"
-// prefix, which the caller removes) or a backslash and three octal digits a byte; none when
-// the text has another form.
-std::optional<std::string> bytesOfRepresentation(std::u16string_view text, uint32_t numberSystem) {
-  std::string bytes;
-  const size_t width = numberSystem == 16 ? 2 : 4;
-  if (text.empty() || text.size() % width != 0) return std::nullopt;
-  for (size_t i = 0; i < text.size(); i += width) {
-    if (numberSystem == 16) {
-      const auto value = hexValue(text.substr(i, 2));
-      if (!value) return std::nullopt;
-      bytes.push_back(static_cast<char>(*value));
-      continue;
-    }
-    if (text[i] != u'\\') return std::nullopt;
-    uint32_t value = 0;
-    for (size_t k = 1; k <= 3; ++k) {
-      if (text[i + k] < u'0' || text[i + k] > u'7') return std::nullopt;
-      value = value * 8 + (text[i + k] - u'0');
-    }
-    bytes.push_back(static_cast<char>(value));
-  }
-  return bytes;
+  std::string text;
+  for (int32_t i = 0; i < length; ++i)
+    text += QNFormat(numberSystem == 16 ? "%02X" : "\\%03o", bytes[i]);
+  return error ? u"error" : qnunicode::decodeLatin1(text);
 }
 
 }  // namespace
 
-TEST(CodepointWalk, LengthAndUnitReadsAgreeWithIcuOverSurrogateCombinations) {
+TEST(CodepointWalk, ReadsAgreeWithIcuOverSurrogateCombinations) {
   for (const UnicodeString& s : surrogateCombinations()) {
     SCOPED_TRACE(unitsText(s));
-    const auto icu = icuCodepoints(s);
-    EXPECT_EQ(UTF32Length(s), u_countChar32(reinterpret_cast<const UChar*>(s.data()),
-                                            static_cast<int32_t>(s.size())));
-    for (int32_t i = 0; i < static_cast<int32_t>(s.size()); ++i) {
+    const int32_t length = static_cast<int32_t>(s.size());
+    EXPECT_EQ(UTF32Length(s), u_countChar32(reinterpret_cast<const UChar*>(s.data()), length));
+    for (int32_t i = 0; i < length; ++i) {
       EXPECT_EQ(codepointAtUnicharIndex(s, i, true), icuCodepoints(s, i).front().value);
       EXPECT_EQ(codepointAtUnicharIndex(s, i, false), static_cast<uint32_t>(s[i]));
     }
-    const int32_t length = static_cast<int32_t>(s.size());
     expectRangeError([&] { codepointAtUnicharIndex(s, length, true); }, length);
     expectRangeError([&] { codepointAtUnicharIndex(s, -1, false); }, -1);
-    // Codepoint indexes from the start skip pairs as ICU does, unpaired high surrogates included.
-    for (size_t n = 0; n < icu.size(); ++n) {
-      EXPECT_EQ(codepointAtIndex(s, static_cast<int32_t>(n)), icu[n].value) << "index " << n;
-    }
-    expectRangeError([&] { codepointAtIndex(s, static_cast<int32_t>(icu.size())); },
-                     static_cast<int32_t>(icu.size()));
-  }
-}
 
-TEST(CodepointWalk, FromEveryOffsetOverSurrogateCombinations) {
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const int32_t length = static_cast<int32_t>(s.size());
+    // Codepoint indexes from any offset skip pairs as ICU does, unpaired high surrogates
+    // included; only the next offset after an unpaired high surrogate goes two units on.
     for (int32_t offset = 0; offset < length; ++offset) {
       const auto icu = icuCodepoints(s, static_cast<size_t>(offset));
-      for (int32_t n = 0; n <= static_cast<int32_t>(icu.size()); ++n) {
-        if (n == static_cast<int32_t>(icu.size())) {
-          expectRangeError([&] { codepointAtIndex(s, n, offset); }, n);
-          continue;
-        }
+      const int32_t count = static_cast<int32_t>(icu.size());
+      for (int32_t n = 0; n < count; ++n) {
         int32_t next = 12345;
         EXPECT_EQ(codepointAtIndex(s, n, offset, &next), icu[n].value);
-        // After an unpaired high surrogate with a unit behind it the walk goes two units on.
         size_t expectedNext = icu[n].offset + icu[n].units;
         if (U16_IS_LEAD(icu[n].value) && expectedNext < s.size()) ++expectedNext;
         EXPECT_EQ(next, expectedNext < s.size() ? static_cast<int32_t>(expectedNext) : -1)
             << "offset " << offset << " index " << n;
+        if (offset == 0) {
+          EXPECT_EQ(codepointAtIndex(s, n), icu[n].value);
+        }
       }
+      expectRangeError([&] { codepointAtIndex(s, count, offset); }, count);
+      expectRangeError([&] { codepointAtIndex(s, -1, offset); }, -1);
     }
     // No offset outside the string is read: the end, the walk's -1 and far beyond.
     for (int32_t offset : {length, -1, INT32_MIN, INT32_MAX}) {
@@ -237,8 +184,7 @@ TEST(CodepointWalk, CallersAlongTheReturnedOffsetsOverSurrogateCombinations) {
       if (hex) {
         ASSERT_EQ(hex->size(), walked.size());
         for (size_t k = 0; k < walked.size(); ++k) {
-          EXPECT_GE((*hex)[k].size(), 4u);
-          EXPECT_EQ(parseHex((*hex)[k]), walked[k]);
+          EXPECT_EQ((*hex)[k], qnunicode::decodeLatin1(QNFormat("%04X", walked[k])));
         }
       }
     }
@@ -331,49 +277,40 @@ TEST(CodepointEditing, TrimmingTreatsPairsAsOneCharacter) {
             u"b");
   EXPECT_EQ(stringWithoutTrailingCharactersFromSet(u"a\U0001F600\U0001F600", CodepointSet{0x1F600}),
             u"a");
-}
-
-TEST(CodepointEditing, TrimmedStringRemovesThePlatformWhiteSpaceOfIcu) {
-  // White space and line ends: the space separators, U+0009 to U+000D, U+0085, U+2028, U+2029.
-  for (uint32_t c = 0; c <= 0xFFFF; ++c) {
-    const bool white = u_charType(static_cast<UChar32>(c)) == U_SPACE_SEPARATOR ||
-                       (c >= 0x09 && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
-    const UnicodeString unit(1, static_cast<char16_t>(c));
-    EXPECT_EQ(trimmedString(unit + unit + u"a" + unit + u"b" + unit),
-              white ? u"a" + unit + u"b" : unit + unit + u"a" + unit + u"b" + unit)
-        << std::hex << c;
-  }
-  EXPECT_EQ(trimmedString(u""), u"");
-  EXPECT_EQ(trimmedString(u" \t\r\n\u3000"), u"");
-  // A lone surrogate is not white space and stays.
+  // White space and line ends of every kind go; a lone surrogate is none and stays.
+  EXPECT_EQ(trimmedString(u" \t\r\n\u0085\u00A0\u2028\u3000a b\u2029\u000B\u200A"), u"a b");
   EXPECT_EQ(trimmedString(u"\n\xD800 "), u"\xD800");
+  EXPECT_EQ(trimmedString(u" \u200B"), u"\u200B");
+  EXPECT_EQ(trimmedString(u"\t\n"), u"");
 }
 
-TEST(CodepointText, UTF8FormsOfCodepointsDecodeToIcusBytes) {
-  // Plain checks in the loop over the whole codepoint space, one report at the end.
+TEST(CodepointText, FormsOfCodepointsAgreeWithIcu) {
+  // Plain checks in the loop over the codepoint space, one report at the end: every BMP
+  // codepoint, and every seventh above with the ends of each plane.
   size_t failures = 0;
   std::string first;
-  const auto fail = [&](uint32_t c, const char* what) {
-    if (failures++ == 0) first = QNFormat("U+%04X: %s", c, what);
+  const auto check = [&](bool good, uint32_t c, const char* what) {
+    if (!good && failures++ == 0) first = QNFormat("U+%04X: %s", c, what);
   };
-  // Every BMP codepoint, and every seventh above with the ends of each plane.
   for (uint32_t c = 0; c <= 0x10FFFF; c += (c < 0xFFFF || (c & 0xFFFF) >= 0xFFF0) ? 1 : 7) {
+    const uint32_t code = UTF16CodeForCode(c);
+    const UnicodeString s = stringWithCodepoint(c);
+    check(c <= 0xFFFF ? code == c && s == UnicodeString(1, static_cast<char16_t>(c))
+                      : (code & 0xFFFF) == U16_LEAD(c) && (code >> 16) == U16_TRAIL(c) &&
+                            s == icuString({c}),
+          c, "UTF-16");
     const auto hex = UTF8RepresentationOfCodepoint(c, 16, true);
-    if (c >= 0xD800 && c <= 0xDFFF) {
-      if (hex || UTF8RepresentationOfCodepoint(c, 8, false)) fail(c, "a surrogate has a form");
+    if (U_IS_SURROGATE(c)) {
+      check(!hex && !UTF8RepresentationOfCodepoint(c, 8, false), c, "a surrogate has a form");
       continue;
     }
-    if (!hex || hex->substr(0, 2) != u"0x") {
-      fail(c, "no 0x form");
-      continue;
-    }
-    if (bytesOfRepresentation(hex->substr(2), 16) != icuUTF8(c)) fail(c, "hexadecimal bytes");
+    check(hex == (c == 0 ? u"0x00" : u"0x" + icuUTF8Text(c, 16)), c, "hexadecimal");
+    check(UTF8RepresentationOfCodepoint(c, 16, false) == (c == 0 ? u"0x00" : icuUTF8Text(c, 16)), c,
+          "hexadecimal without prefix");
     if (c % 61 == 0 || c < 0x100 || c == 0x7FF || c == 0x800 || c == 0xFFFF || c == 0x10000) {
-      const auto bare = UTF8RepresentationOfCodepoint(c, 16, false);
       const auto octal = UTF8RepresentationOfCodepoint(c, 8, true);
-      if (!bare || (c == 0 ? *bare : u"0x" + *bare) != *hex) fail(c, "form without prefix");
-      if (!octal || bytesOfRepresentation(*octal, 8) != icuUTF8(c)) fail(c, "octal bytes");
-      if (UTF8RepresentationOfCodepoint(c, 8, false) != octal) fail(c, "octal took a prefix");
+      check(octal == icuUTF8Text(c, 8), c, "octal");
+      check(UTF8RepresentationOfCodepoint(c, 8, false) == octal, c, "octal took a prefix");
     }
   }
   EXPECT_EQ(failures, 0u) << "first: " << first;
@@ -391,16 +328,12 @@ TEST(CodepointText, UTF8AndUTF16FormsAtUnitIndexesOverSurrogateCombinations) {
       } else {
         ASSERT_TRUE(utf8.has_value());
         EXPECT_EQ(UTF8RepresentationAtIndex(s, i, 16, true), utf8);
-        EXPECT_EQ(bytesOfRepresentation(utf8->substr(2), 16), icuUTF8(c));
+        EXPECT_EQ(*utf8, u"0x" + icuUTF8Text(c, 16));
       }
-      const UnicodeString utf16 = UTF16RepresentationAtIndex(s, i);
-      ASSERT_EQ(utf16.substr(0, 2), u"0x");
-      const UnicodeString expected =
-          c > 0xFFFF ? s.substr(static_cast<size_t>(i), 2) : UnicodeString(1, s[i]);
-      ASSERT_EQ(utf16.size(), 2 + 4 * expected.size());
-      for (size_t k = 0; k < expected.size(); ++k) {
-        EXPECT_EQ(parseHex(utf16.substr(2 + 4 * k, 4)), static_cast<uint32_t>(expected[k]));
-      }
+      // The unit, or both units of a pair.
+      std::string units = QNFormat("0x%04X", static_cast<unsigned>(s[i]));
+      if (c > 0xFFFF) units += QNFormat("%04X", static_cast<unsigned>(s[i + 1]));
+      EXPECT_EQ(UTF16RepresentationAtIndex(s, i), qnunicode::decodeLatin1(units));
     }
     for (int32_t i : {length, -1, INT32_MIN}) {
       expectRangeError([&] { UTF8RepresentationAtIndex(s, i); }, i);
@@ -409,27 +342,12 @@ TEST(CodepointText, UTF8AndUTF16FormsAtUnitIndexesOverSurrogateCombinations) {
   }
 }
 
-TEST(CodepointText, PackedUTF16CodesAndSingleCodepointStrings) {
-  size_t failures = 0;
-  uint32_t first = 0;
-  for (uint32_t c = 0; c <= 0x10FFFF; ++c) {
-    const uint32_t code = UTF16CodeForCode(c);
-    const UnicodeString s = stringWithCodepoint(c);
-    const bool good = c <= 0xFFFF
-                          ? code == c && s.size() == 1 && s[0] == c
-                          : (code & 0xFFFF) == U16_LEAD(c) && (code >> 16) == U16_TRAIL(c) &&
-                                s.size() == 2 && s[0] == U16_LEAD(c) && s[1] == U16_TRAIL(c);
-    if (!good && failures++ == 0) first = c;
-  }
-  EXPECT_EQ(failures, 0u) << "first at " << std::hex << first;
+TEST(CodepointText, DescribedForms) {
   // Excess bits above the codepoint space are masked away, never rejected.
   EXPECT_EQ(UTF16CodeForCode(0x110000), 0xDC00D800u);
   EXPECT_EQ(stringWithCodepoint(0x110000), u"\U00010000");
   EXPECT_EQ(UTF16CodeForCode(0xFFFFFFFF), 0xDFFFDBBFu);
   EXPECT_EQ(UTF8RepresentationOfCodepoint(0x110000), u"0xF0908080");
-}
-
-TEST(CodepointText, DescribedForms) {
   EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC), u"0xE282AC");
   EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC, 16, false), u"E282AC");
   EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC, 8, true), u"\\342\\202\\254");
@@ -455,9 +373,7 @@ TEST(CodepointText, DescribedForms) {
   EXPECT_EQ(UTF16RepresentationAtIndex(u"\u00E9", 0), u"0x00E9");
   EXPECT_EQ(UTF8RepresentationAtIndex(u"a\U0001F600", 1, 8), u"\\360\\237\\230\\200");
   EXPECT_EQ(UTF8RepresentationAtIndex(u"a\U0001F600", 2), std::nullopt);
-}
 
-TEST(CodepointText, HexadecimalListsAndTheirLimit) {
   EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"ABC", 2), u"0041 0042 ...");
   EXPECT_EQ(hexCodepointsArrayWithMaximumLength(u"ABC", 2),
             (std::vector<UnicodeString>{u"0041", u"0042", u"..."}));
