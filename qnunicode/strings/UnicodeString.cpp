@@ -1,6 +1,7 @@
 #include "qnunicode/strings/UnicodeString.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace qnunicode {
 
@@ -96,16 +97,39 @@ std::string toUTF8(std::u16string_view text) {
 }
 
 std::optional<UnicodeString> decodeUTF8(std::string_view bytes) {
-  UnicodeString out;
-  out.reserve(bytes.size());
-  for (size_t i = 0; i < bytes.size();) {
+  // Every data file is read through here, so ASCII runs go eight bytes at a time and units are
+  // written straight into a string sized for the worst case: no sequence gives more units than
+  // it has bytes.
+  const auto* in = reinterpret_cast<const uint8_t*>(bytes.data());
+  const size_t size = bytes.size();
+  UnicodeString out(size, u'\0');
+  char16_t* write = out.data();
+  for (size_t i = 0; i < size;) {
+    uint64_t word;
+    if (i + 8 <= size && (std::memcpy(&word, in + i, 8), (word & 0x8080808080808080ull) == 0)) {
+      for (size_t k = 0; k < 8; ++k) write[k] = in[i + k];
+      write += 8;
+      i += 8;
+      continue;
+    }
+    if (in[i] < 0x80) {
+      *write++ = in[i++];
+      continue;
+    }
     uint32_t c;
     bool valid;
     const size_t length = decodeOne(bytes, i, &c, &valid);
     if (!valid) return std::nullopt;
-    appendUTF16(out, c);
+    if (c < 0x10000) {
+      *write++ = static_cast<char16_t>(c);
+    } else {
+      c -= 0x10000;
+      *write++ = static_cast<char16_t>(0xD800 | (c >> 10));
+      *write++ = static_cast<char16_t>(0xDC00 | (c & 0x3FF));
+    }
     i += length;
   }
+  out.resize(static_cast<size_t>(write - out.data()));
   return out;
 }
 
