@@ -1,6 +1,7 @@
 #include "qnunicode/properties/QNUnicodePropertyTable.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <set>
 
@@ -11,6 +12,15 @@ QNUnicodePropertyTable::QNUnicodePropertyTable(Map sets, size_t indexBudget)
   for (const auto& [name, set] : _sets) {
     _names.push_back(&name);
     _setsInOrder.push_back(&set);
+  }
+  // At most a quarter full, so probe chains stay short.
+  size_t slots = 8;
+  while (slots < _sets.size() * 4) slots *= 2;
+  _setsByName.resize(slots);
+  for (const auto& [name, set] : _sets) {
+    size_t slot = nameHash(name) & (slots - 1);
+    while (_setsByName[slot].name) slot = (slot + 1) & (slots - 1);
+    _setsByName[slot] = {&name, &set};
   }
   buildIndex(indexBudget);
 }
@@ -96,9 +106,25 @@ QNUnicodePropertyTable::Matches QNUnicodePropertyTable::walkedMatches(uint32_t c
   return matches;
 }
 
+size_t QNUnicodePropertyTable::nameHash(std::u16string_view name) {
+  if (name.empty()) return 0;
+  size_t hash = name.size() * 0x9E3779B1u;
+  hash ^= name.front() * 0x85EBCA77u;
+  hash ^= name[name.size() / 2] * 0xC2B2AE3Du;
+  hash ^= name.back() * 0x27D4EB2Fu;
+  return hash ^ (hash >> 15);
+}
+
 const CodepointSet* QNUnicodePropertyTable::setNamed(std::u16string_view name) const {
-  const auto found = _sets.find(name);
-  return found == _sets.end() ? nullptr : &found->second;
+  const size_t mask = _setsByName.size() - 1;
+  for (size_t slot = nameHash(name) & mask; _setsByName[slot].name; slot = (slot + 1) & mask) {
+    const UnicodeString& candidate = *_setsByName[slot].name;
+    if (candidate.size() == name.size() &&
+        std::memcmp(candidate.data(), name.data(), name.size() * sizeof(char16_t)) == 0) {
+      return _setsByName[slot].set;
+    }
+  }
+  return nullptr;
 }
 
 bool QNUnicodePropertyTable::codepointHasProperty(uint32_t codepoint,

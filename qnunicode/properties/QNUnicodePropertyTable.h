@@ -71,6 +71,14 @@ class QNUnicodePropertyTable {
   Matches walkedMatches(uint32_t codepoint) const;
 
   Map _sets;
+  // Name -> set by open addressing on a hash of the name's length and three of its units, so a
+  // membership test by name costs one or two probes and one comparison, not a walk down the map.
+  struct NameSlot {
+    const UnicodeString* name = nullptr;
+    const CodepointSet* set = nullptr;
+  };
+  static size_t nameHash(std::u16string_view name);
+  std::vector<NameSlot> _setsByName;
   // The map's names and sets, in map order.
   std::vector<const UnicodeString*> _names;
   std::vector<const CodepointSet*> _setsInOrder;

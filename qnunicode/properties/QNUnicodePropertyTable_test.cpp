@@ -199,6 +199,13 @@ TEST(QNUnicodePropertyTable, StaggeredHostileSetsFallBackToTheWalk) {
   EXPECT_EQ(*matches.last, u"N101599");
   EXPECT_EQ(table.namesForCodepoint(2).size(), 3u);
   EXPECT_EQ(table.matchesForCodepoint(0x110000).count, 0u);
+  // Names that differ in one unit only are still told apart by name.
+  for (const auto& [name, set] : table.sets()) ASSERT_EQ(table.setNamed(name), &set);
+  EXPECT_EQ(table.setNamed(u"N099999"), nullptr);
+  EXPECT_EQ(table.setNamed(u"N1000000"), nullptr);
+  EXPECT_EQ(table.setNamed(u""), nullptr);
+  EXPECT_TRUE(table.codepointHasProperty(7, u"N100007"));
+  EXPECT_FALSE(table.codepointHasProperty(6, u"N100007"));
 }
 
 }  // namespace
