@@ -233,9 +233,24 @@ std::shared_ptr<const QNUnicodeData> OnDemandRecords::recordForUnlistedCodepoint
 
 // ---- Reading ------------------------------------------------------------------------------------
 
+namespace {
+
+constexpr size_t kIndexBytes = kIndexSlots * sizeof(const QNUnicodeData*);
+
+// The index is mapped rather than taken from the heap: a mapping starts as zero pages that stay
+// out of memory until a slot on them is written, whatever the heap's state (a heap that has
+// raised its mapping threshold would hand out a block and clear all of it).
+const QNUnicodeData** allocateIndex() {
+  void* slots =
+      ::mmap(nullptr, kIndexBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return slots == MAP_FAILED ? nullptr : static_cast<const QNUnicodeData**>(slots);
+}
+
+}  // namespace
+
 void QNUnicodeDatabase::IndexDeleter::operator()(const QNUnicodeData** index) const {
-  // The slots own nothing: freeing the array is all there is to do.
-  std::free(index);
+  // The slots own nothing: unmapping the array is all there is to do.
+  ::munmap(static_cast<void*>(index), kIndexBytes);
 }
 
 bool QNUnicodeDatabase::readDatabase() {
@@ -245,14 +260,13 @@ bool QNUnicodeDatabase::readDatabase() {
   if (!_databaseIndex) {
     _allUnicodeData = std::vector<const QNUnicodeData*>();
     _allUnicodeData.reserve(250000);
-    // Zeroed pages from calloc stay out of memory until a slot on them is written.
-    void* slots = std::calloc(kIndexSlots, sizeof(const QNUnicodeData*));
+    const QNUnicodeData** slots = allocateIndex();
     if (!slots) {
       QNLogFormat("Couldn't allocate %lu bytes for _databaseIndex",
-                  static_cast<unsigned long>(kIndexSlots * sizeof(const QNUnicodeData*)));
+                  static_cast<unsigned long>(kIndexBytes));
       return false;
     }
-    _databaseIndex.reset(static_cast<const QNUnicodeData**>(slots));
+    _databaseIndex.reset(slots);
     _recordStorage = std::make_shared<RecordStorage>();
   }
 

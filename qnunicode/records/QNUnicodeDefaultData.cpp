@@ -50,10 +50,20 @@ bool inRanges(const std::array<CodepointRange, N>& ranges, uint32_t codepoint) {
   return false;
 }
 
+// Block names compare loosely, by their matchable forms (as isEqualToUnicodePropertyString
+// does). The block lists in their matchable form, made once: a block name then needs one conversion
+// per question instead of one per comparison.
 template <size_t N>
-bool namedIn(const std::array<std::u16string_view, N>& names, std::u16string_view block) {
-  for (const std::u16string_view name : names) {
-    if (QNUnicode::isEqualToUnicodePropertyString(block, name)) return true;
+std::array<UnicodeString, N> matchableForms(const std::array<std::u16string_view, N>& names) {
+  std::array<UnicodeString, N> forms;
+  for (size_t i = 0; i < N; ++i) forms[i] = QNUnicode::matchableUnicodePropertyString(names[i]);
+  return forms;
+}
+
+template <size_t N>
+bool namedIn(const std::array<UnicodeString, N>& matchableNames, const UnicodeString& block) {
+  for (const UnicodeString& name : matchableNames) {
+    if (block == name) return true;
   }
   return false;
 }
@@ -75,9 +85,12 @@ std::u16string_view QNUnicodeDefaultData::defaultBidirectionalCategory(uint32_t 
     return arabicLetterOrNoncharacter(database.get(), codepoint);
   }
   if (!database) return u"L";
-  const UnicodeString& block = database->characterBlockForCodepoint(codepoint);
-  if (namedIn(kRightToLeftBlocks, block)) return u"R";
-  if (namedIn(kArabicLetterBlocks, block)) {
+  static const auto rightToLeftBlocks = matchableForms(kRightToLeftBlocks);
+  static const auto arabicLetterBlocks = matchableForms(kArabicLetterBlocks);
+  const UnicodeString block =
+      QNUnicode::matchableUnicodePropertyString(database->characterBlockForCodepoint(codepoint));
+  if (namedIn(rightToLeftBlocks, block)) return u"R";
+  if (namedIn(arabicLetterBlocks, block)) {
     return arabicLetterOrNoncharacter(database.get(), codepoint);
   }
   return u"L";
