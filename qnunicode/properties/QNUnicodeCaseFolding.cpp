@@ -134,11 +134,28 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
                                                   const Find& find) const {
   const size_t length = string.size();
   const char16_t* in = string.data();
+  // Short texts are folded on the stack, so that folding one codepoint allocates no more than
+  // its result needs; longer ones, and short ones that outgrow the room, go to the heap.
+  constexpr size_t kLocalRoom = 64;
+  char16_t local[kLocalRoom];
   UnicodeString out;
-  out.resize(length + 16);
-  char16_t* target = out.data();
-  size_t capacity = out.size();
+  char16_t* target = local;
+  size_t capacity = kLocalRoom;
+  if (length + 16 > kLocalRoom) {
+    out.resize(length + 16);
+    target = out.data();
+    capacity = out.size();
+  }
   size_t written = 0;
+  const auto makeRoom = [&](size_t needed) {
+    if (needed <= capacity) return;
+    capacity = std::max(capacity * 2, needed);
+    if (target == local) {
+      out.assign(local, written);
+    }
+    out.resize(capacity);
+    target = out.data();
+  };
   for (size_t i = 0; i < length;) {
     const char16_t unit = in[i];
     if ((unit & 0xF800) != 0xD800) {
@@ -148,11 +165,7 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
         ++i;
         continue;
       }
-      if (written + folded.size() + (length - i - 1) > capacity) {
-        capacity = std::max(capacity * 2, written + folded.size() + (length - i - 1));
-        out.resize(capacity);
-        target = out.data();
-      }
+      makeRoom(written + folded.size() + (length - i - 1));
       for (char16_t foldedUnit : folded) target[written++] = foldedUnit;
       ++i;
       continue;
@@ -174,14 +187,11 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
       i += step;
       continue;
     }
-    if (written + folded.size() + (length - i - step) > capacity) {
-      capacity = std::max(capacity * 2, written + folded.size() + (length - i - step));
-      out.resize(capacity);
-      target = out.data();
-    }
+    makeRoom(written + folded.size() + (length - i - step));
     for (char16_t foldedUnit : folded) target[written++] = foldedUnit;
     i += step;
   }
+  if (target == local) return UnicodeString(local, written);
   out.resize(written);
   return out;
 }

@@ -57,7 +57,11 @@ TEST(QNUnicodeCaseFoldingTableTest, FirstListedStatusWinsAndTheWalkDropsTheUnitA
   table.setFolding(u"C", 0x49, u"i");  // a later entry replaces the earlier
   table.setFolding(u"C", 0x10400, cp(0x10428));
   table.setFolding(u"C", 0xDC00, u"low");  // only a hostile file folds a surrogate
+  table.setFolding(u"F", 0x5A, UnicodeString(40, u'z'));
   table.prepareLookups();
+  // A short text whose result outgrows the first room.
+  EXPECT_EQ(table.foldString(u"ZIZZ", kFull),
+            UnicodeString(40, u'z') + u"i" + UnicodeString(80, u'z'));
   EXPECT_EQ(table.foldString(u"I\u1E9E", kFull), u"i\u00DF");
   EXPECT_EQ(table.foldString(u"I\u1E9E", {u"F", u"C"}), u"iss");
   EXPECT_EQ(table.foldString(u"I\u1E9E", kTurkic), u"\u0131\u00DF");
