@@ -30,8 +30,9 @@ Json namesListObject(const QNUnicodeNamesList_CharEntry& entry) {
 // The entry's display text without the two tabs that open each of its lines: the text table
 // gives every line its own indentation.
 std::string namesListText(const QNUnicodeNamesList_CharEntry& entry) {
+  const UnicodeString lines = entry.allLinesString();
   std::string text;
-  for (std::u16string_view line : qnunicode::splitAt(entry.allLinesString(), u'\n')) {
+  for (std::u16string_view line : qnunicode::splitAt(lines, u'\n')) {
     while (!line.empty() && line.front() == u'\t') line.remove_prefix(1);
     if (!text.empty()) text += '\n';
     text += qnunicode::toUTF8(line);
@@ -138,7 +139,7 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
   const UnicodeString folded = db.fullCaseFoldingForString(character);
   add("fullCaseFolding", "Case folding (full)", jsonText(std::u16string_view(folded))).text =
       qnunicode::toUTF8(QNUnicode::hexCodepointsJoinedBySpaces(folded).value_or(u"(none)"));
-  add("block", "Block", jsonText(std::u16string_view(record->block())));
+  add("block", "Block", jsonText(record->block()));
   add("script", "Script", jsonText(record->script()));
   add("age", "Age", jsonText(record->age()));
   add("lineBreak", "Line break",

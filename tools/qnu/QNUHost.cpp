@@ -87,7 +87,8 @@ std::string MissingFileDelegate::messageForPrefix(const std::string& prefix) con
          ")";
 }
 
-Host::Host(const CommonOptions& options, const DefaultPaths& defaults) : _json(options.json) {
+Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile)
+    : _json(options.json) {
   if (options.dataDirectories.empty()) {
     if (!fs::is_directory(defaults.dataDirectory)) {
       throw UsageError("the default data directory '" + defaults.dataDirectory +
@@ -118,6 +119,7 @@ Host::Host(const CommonOptions& options, const DefaultPaths& defaults) : _json(o
   } else if (fs::is_regular_file(defaults.infoFile)) {
     infoFile = defaults.infoFile;
   }
+  if (!withInformationFile) infoFile.reset();
 
   _delegate = std::make_shared<MissingFileDelegate>(_dataDirectories);
   if (infoFile) {

@@ -75,8 +75,10 @@ class MissingFileDelegate : public QNUnicodeDatabaseDelegate {
 class Host {
  public:
   // Raises UsageError for a data or description directory that does not exist or an information
-  // file that was named but does not exist.
-  Host(const CommonOptions& options, const DefaultPaths& defaults);
+  // file that was named but does not exist. The information file only serves the detection of
+  // data-file versions, which costs a digest of every Unihan file; a command that shows no
+  // versions passes withInformationFile false and the database gets none.
+  Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile = true);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;

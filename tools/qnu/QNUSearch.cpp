@@ -1,7 +1,8 @@
 #include "QNUSearch.h"
 
+#include <unicode/regex.h>
+
 #include <memory>
-#include <regex>
 
 #include "QNUArguments.h"
 #include "QNUCommands.h"
@@ -46,16 +47,28 @@ namespace {
 std::function<bool(const UnicodeString&)> keyTest(QNUnicodeDatabase& database,
                                                   const SearchOptions& options) {
   if (options.regex) {
-    decodeArgument(*options.regex, 1);
-    auto pattern = std::make_shared<std::regex>();
-    try {
-      *pattern = std::regex(*options.regex, std::regex::ECMAScript | std::regex::icase);
-    } catch (const std::regex_error& error) {
-      throw UsageError("'" + *options.regex + "' is not a regular expression (" + error.what() +
-                       ")");
+    const UnicodeString pattern = decodeArgument(*options.regex, 1);
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError where{};
+    // The matcher refers to its pattern, so the pattern goes last.
+    struct Compiled {
+      std::unique_ptr<icu::RegexPattern> pattern;
+      std::unique_ptr<icu::RegexMatcher> matcher;
+    };
+    auto compiled = std::make_shared<Compiled>();
+    compiled->pattern.reset(icu::RegexPattern::compile(
+        icu::UnicodeString(false, pattern.data(), static_cast<int32_t>(pattern.size())),
+        UREGEX_CASE_INSENSITIVE, where, status));
+    if (U_SUCCESS(status)) compiled->matcher.reset(compiled->pattern->matcher(status));
+    if (U_FAILURE(status)) {
+      throw UsageError("'" + *options.regex + "' is not a regular expression (" +
+                       u_errorName(status) + " at offset " + std::to_string(where.offset) + ")");
     }
-    return [pattern](const UnicodeString& key) {
-      return std::regex_search(qnunicode::toUTF8(key), *pattern);
+    return [compiled](const UnicodeString& key) {
+      const icu::UnicodeString text(false, key.data(), static_cast<int32_t>(key.size()));
+      UErrorCode searchStatus = U_ZERO_ERROR;
+      compiled->matcher->reset(text);
+      return compiled->matcher->find(0, searchStatus) && U_SUCCESS(searchStatus);
     };
   }
   std::vector<UnicodeString> words;

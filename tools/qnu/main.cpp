@@ -46,12 +46,15 @@ void addNormalize(CLI::App& qnu, qnu::NormalizeOptions& options,
       [&] { selected = [&](Host& host) { return qnu::runNormalize(host, options); }; });
 }
 
-void addData(CLI::App& qnu, std::function<int(Host&)>& selected) {
+void addData(CLI::App& qnu, std::function<int(Host&)>& selected, bool& showsVersions) {
   CLI::App* command = qnu.add_subcommand(
       "data",
       "List the data files found with their paths and Unicode versions, whether they agree on "
       "one version, and the files that are missing");
-  command->callback([&] { selected = [](Host& host) { return qnu::runData(host); }; });
+  command->callback([&] {
+    showsVersions = true;
+    selected = [](Host& host) { return qnu::runData(host); };
+  });
 }
 
 void addNormtest(CLI::App& qnu, qnu::NormtestOptions& options,
@@ -73,7 +76,7 @@ void addSearch(CLI::App& qnu, qnu::SearchOptions& options, std::function<int(Hos
   CLI::Option* words = command->add_option("WORD", options.words, "Words the key must contain");
   CLI::Option* regex = addSingleValueOption(
       *command, "-r,--regex", options.regex,
-      "A regular expression (ECMAScript, case-insensitive) instead of words", "PATTERN");
+      "A regular expression (ICU syntax, case-insensitive) instead of words", "PATTERN");
   words->excludes(regex);
   addSingleValueOption(*command, "-n,--limit", options.limit, "Show at most N matches", "N")
       ->check(CLI::PositiveNumber);
@@ -107,17 +110,20 @@ int main(int argc, char** argv) {
   addSingleValueOption(app, "--descriptions", common.descriptionDirectories,
                        "A directory of property-value descriptions (repeatable)", "DIR");
   addSingleValueOption(app, "--info", common.infoFile,
-                       "An information property list (expected files, versions, digests)", "FILE");
+                       "An information property list: known digests and versions of the "
+                       "data files (read by data, the one command that shows versions)",
+                       "FILE");
   app.add_flag("--json", common.json, "Write JSON (JSON Lines for inspect and search)");
 
   std::function<int(Host&)> selected;
+  bool showsVersions = false;  // only data shows versions, which need the information file
   qnu::InspectOptions inspect;
   qnu::NormalizeOptions normalize;
   qnu::NormtestOptions normtest;
   qnu::SearchOptions search;
   addInspect(app, inspect, selected);
   addNormalize(app, normalize, selected);
-  addData(app, selected);
+  addData(app, selected, showsVersions);
   addNormtest(app, normtest, selected);
   addSearch(app, search, selected);
 
@@ -130,7 +136,7 @@ int main(int argc, char** argv) {
   }
 
   try {
-    Host host(common, qnu::DefaultPaths::forThisProcess());
+    Host host(common, qnu::DefaultPaths::forThisProcess(), showsVersions);
     int code = selected(host);
     std::fflush(stdout);
     // A reader that found no file has written its line already; the answers were incomplete.
