@@ -32,11 +32,16 @@ std::optional<UnicodeString> stringWithContentsOfUTF8File(const std::string& pat
 uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool higherPlanes);
 // The walk: the codepoint `index` codepoints after the code-unit `offset`; *next receives the
 // offset of the following codepoint, or -1 at the end. After an unpaired high surrogate the
-// next offset skips two units (the walk from offset 0 with index 0 never sees the unit after).
+// next offset skips two units (the walk from offset 0 with index 0 never sees the unit after),
+// while counting `index` codepoints steps over it as one. An offset outside the string (the -1
+// included), a negative index or an index past the last codepoint raises the range error with
+// the index.
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromCharacterOffset,
                           int32_t* nextCodepointCharacterOffset = nullptr);
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index);
 int32_t UTF32Length(std::u16string_view s);
+// One string per codepoint, UTF32Length walks along the walk's offsets: a string in which the
+// walk passes over a unit runs out early and raises the range error.
 std::vector<UnicodeString> codepoints(std::u16string_view s);
 
 std::optional<UnicodeString> UTF8RepresentationAtIndex(std::u16string_view s, int32_t index,
@@ -45,8 +50,8 @@ std::optional<UnicodeString> UTF8RepresentationAtIndex(std::u16string_view s, in
 UnicodeString UTF16RepresentationAtIndex(std::u16string_view s, int32_t index);
 // "%04X" per codepoint, at most maximumLength of them (0: no limit) and then "..."; none for
 // the empty string.
-std::optional<std::vector<UnicodeString>> hexCodepointsArrayWithMaximumLength(std::u16string_view s,
-                                                                              uint32_t maximumLength);
+std::optional<std::vector<UnicodeString>> hexCodepointsArrayWithMaximumLength(
+    std::u16string_view s, uint32_t maximumLength);
 std::optional<UnicodeString> hexCodepointsJoinedBySpacesWithMaximumLength(std::u16string_view s,
                                                                           uint32_t maximumLength);
 std::optional<UnicodeString> hexCodepointsJoinedBySpaces(std::u16string_view s);
@@ -54,14 +59,21 @@ std::optional<UnicodeString> hexCodepointsJoinedBySpaces(std::u16string_view s);
 // Without white space and line ends at both ends.
 UnicodeString trimmedString(std::u16string_view s);
 UnicodeString stringWithoutLeadingCharactersFromSet(std::u16string_view s, const CodepointSet& set);
-UnicodeString stringWithoutTrailingCharactersFromSet(std::u16string_view s, const CodepointSet& set);
+UnicodeString stringWithoutTrailingCharactersFromSet(std::u16string_view s,
+                                                     const CodepointSet& set);
 
+// The codepoints before the index, the string, then the codepoints from the index on (after
+// the one at the index when replacing). An index past the codepoint count raises the range error
+// with the count; a negative one raises it with the first negative index the copy asks for.
 UnicodeString stringByInsertingString(std::u16string_view s, std::u16string_view string,
                                       int32_t atCodepointIndex, bool replace = false);
 UnicodeString stringByReplacingCodepointAtIndex(std::u16string_view s, int32_t index,
                                                 std::u16string_view withString);
 UnicodeString stringByRemovingCodepointsAtIndexes(std::u16string_view s,
                                                   const CodepointIndexSet& indexes);
-std::vector<UnicodeString> componentsSeparatedByCodepoint(std::u16string_view s, uint32_t codepoint);
+// One piece more than there are separators; follows the walk's offsets, so the unit after an
+// unpaired high surrogate is lost.
+std::vector<UnicodeString> componentsSeparatedByCodepoint(std::u16string_view s,
+                                                          uint32_t codepoint);
 
 }  // namespace QNUnicode
