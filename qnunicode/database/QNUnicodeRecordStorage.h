@@ -3,10 +3,11 @@
 // Internal to the database: where the records of UnicodeData live, and the records made on
 // demand for codepoints the file does not list.
 
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <vector>
 
@@ -14,11 +15,52 @@
 #include "qnunicode/records/QNUnicodeConcreteData.h"
 #include "qnunicode/records/QNUnicodePointerData.h"
 
+namespace qnunicode::detail {
+
+// Records at stable addresses, made in place in chunks of ChunkSize (one allocation per chunk)
+// and destroyed with the store.
+template <typename Record, size_t ChunkSize>
+class RecordChunks {
+ public:
+  RecordChunks() = default;
+  RecordChunks(const RecordChunks&) = delete;
+  RecordChunks& operator=(const RecordChunks&) = delete;
+  ~RecordChunks() {
+    for (size_t i = 0; i < _size; ++i) at(i).~Record();
+  }
+
+  template <typename... Arguments>
+  Record& emplace_back(Arguments&&... arguments) {
+    if (_size == _chunks.size() * ChunkSize) {
+      _chunks.push_back(std::make_unique_for_overwrite<Slot[]>(ChunkSize));
+    }
+    Record* record =
+        new (&_chunks.back()[_size % ChunkSize]) Record(std::forward<Arguments>(arguments)...);
+    ++_size;
+    return *record;
+  }
+
+  size_t size() const { return _size; }
+
+ private:
+  struct alignas(Record) Slot {
+    std::byte bytes[sizeof(Record)];
+  };
+  Record& at(size_t i) {
+    return *std::launder(reinterpret_cast<Record*>(&_chunks[i / ChunkSize][i % ChunkSize]));
+  }
+
+  std::vector<std::unique_ptr<Slot[]>> _chunks;
+  size_t _size = 0;
+};
+
+}  // namespace qnunicode::detail
+
 // The records of the file and the members of its ranges, at stable addresses (the index and
 // _allUnicodeData point into these) and without a control block per record.
 struct QNUnicodeDatabase::RecordStorage {
-  std::deque<QNUnicodeConcreteData> fileRecords;
-  std::deque<QNUnicodePointerData> rangeMembers;
+  qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> fileRecords;
+  qnunicode::detail::RecordChunks<QNUnicodePointerData, 4096> rangeMembers;
 };
 
 namespace qnunicode::detail {

@@ -15,10 +15,21 @@ namespace {
 constexpr std::u16string_view kSemicolon = u";";
 
 bool isASCII(std::string_view bytes) {
-  for (const char byte : bytes) {
-    if (static_cast<unsigned char>(byte) & 0x80) return false;
+  // Eight bytes at a time, then the rest.
+  size_t i = 0;
+  uint64_t seen = 0;
+  for (; i + 8 <= bytes.size(); i += 8) {
+    uint64_t word;
+    std::memcpy(&word, bytes.data() + i, sizeof word);
+    seen |= word;
   }
-  return true;
+  for (; i < bytes.size(); ++i) seen |= static_cast<unsigned char>(bytes[i]);
+  return (seen & 0x8080808080808080ull) == 0;
+}
+
+const char* findByte(const char* from, const char* sentinel, char byte) {
+  if (from >= sentinel) return nullptr;
+  return static_cast<const char*>(std::memchr(from, byte, static_cast<size_t>(sentinel - from)));
 }
 
 bool isASCII(std::u16string_view units) {
@@ -233,11 +244,10 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   // one by one, so that a missing separator is noticed (and logged) where the field is read.
   std::array<const char*, 14> separators{};
   size_t separatorCount = 0;
-  for (const char* p = bytes; p < sentinel; ++p) {
-    if (*p == ';') {
-      separators[separatorCount++] = p;
-      if (separatorCount == separators.size()) break;
-    }
+  for (const char* p = bytes; separatorCount < separators.size(); ++p) {
+    p = findByte(p, sentinel, ';');
+    if (!p) break;
+    separators[separatorCount++] = p;
   }
   size_t fieldNumber = 0;
   auto nextField = [&](std::string_view* field) {
@@ -262,26 +272,32 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
     if (!nextField(&fields[field])) return std::nullopt;
   }
 
-  // Text fields are UTF-8; one that does not decode is absent.
-  std::array<std::optional<UnicodeString>, 15> decoded;
+  // Text fields are UTF-8; one that does not decode is absent. Only a line with bytes above
+  // ASCII needs the decoded copies.
+  bool lineIsASCII = isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes)));
+  std::optional<std::array<std::optional<UnicodeString>, 15>> decoded;
   auto textInput = [&](int field, bool keepEmpty) {
     TextInput input;
     const std::string_view bytesOfField = fields[field];
     if (bytesOfField.empty() && !keepEmpty) return input;
-    if (isASCII(bytesOfField)) {
+    if (lineIsASCII || isASCII(bytesOfField)) {
       input.present = true;
       input.narrow = bytesOfField;
-    } else if ((decoded[field] = qnunicode::decodeUTF8(bytesOfField))) {
+      return input;
+    }
+    if (!decoded) decoded.emplace();
+    std::optional<UnicodeString>& text = (*decoded)[static_cast<size_t>(field)];
+    if ((text = qnunicode::decodeUTF8(bytesOfField))) {
       input.present = true;
       input.wide = true;
-      input.units = *decoded[field];
+      input.units = *text;
     }
     return input;
   };
   TextInputs texts;
   texts[NumericValueStringField] = textInput(8, false);
 
-  {
+  if (!fields[8].empty()) {
     const WideText decimalDigit(fields[6]);
     const WideText digit(fields[7]);
     std::optional<std::u16string_view> numericText;
@@ -294,8 +310,8 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
       numericText = numericASCII->view();
     }
     QNUnicodeNumericType type = QNUnicodeNumericTypeNone;
-    record.setNumericValue(numericValueForFields(&type, decimalDigit.view(), digit.view(),
-                                                 fields[8].empty(), numericText));
+    record.setNumericValue(
+        numericValueForFields(&type, decimalDigit.view(), digit.view(), false, numericText));
     record._numericType = type;
   }
 
@@ -313,12 +329,12 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   // Field 14 runs to the line feed or the sentinel. Its length is taken as the distance to the
   // byte after the terminator minus one, so data that ends without a line feed loses its last
   // byte: every line of the file must end in a line feed. A carriage return stays in the field.
-  const char* lineFeed = cursor;
-  while (lineFeed < sentinel && *lineFeed != '\n') ++lineFeed;
-  if (lineFeed == sentinel) lineFeed = nullptr;
+  const char* lineFeed = findByte(cursor, sentinel, '\n');
   const char* next = lineFeed ? lineFeed + 1 : sentinel;
   const size_t titlecaseLength = cursor < next ? static_cast<size_t>(next - cursor) - 1 : 0;
   fields[14] = std::string_view(cursor, titlecaseLength);
+  lineIsASCII =
+      isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes) + titlecaseLength));
 
   texts[NameField] = textInput(1, true);
   texts[GeneralCategoryField] = textInput(2, true);
