@@ -16,7 +16,7 @@ constexpr uint32_t kLastCodepoint = 0x10FFFF;
 constexpr size_t kLongestPooledText = 0xFF;
 constexpr size_t kPoolLimit = 0xFFFFFF;
 
-// The statuses that get a flat lookup of their own, and the two lists folded most.
+// The statuses that get a flat lookup of their own.
 constexpr std::array<std::u16string_view, 4> kFlatStatuses = {u"C", u"F", u"S", u"T"};
 
 bool isList(const std::vector<UnicodeString>& statuses, std::u16string_view first,
@@ -45,11 +45,9 @@ QNUnicodeCaseFoldingTable::~QNUnicodeCaseFoldingTable() = default;
 
 void QNUnicodeCaseFoldingTable::setFolding(const UnicodeString& status, uint32_t codepoint,
                                            UnicodeString folded) {
+  // No room is set aside per status: a hostile file may name thousands of them.
   auto mapping = _mappings.find(status);
-  if (mapping == _mappings.end()) {
-    mapping = _mappings.emplace(status, Mapping()).first;
-    mapping->second.reserve(500);
-  }
+  if (mapping == _mappings.end()) mapping = _mappings.emplace(status, Mapping()).first;
   mapping->second.insert_or_assign(codepoint, std::move(folded));
 }
 
