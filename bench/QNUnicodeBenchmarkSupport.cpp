@@ -57,9 +57,9 @@ std::shared_ptr<QNUnicodeDatabase> warmDatabase() {
 
 const UnicodeString& corpusA() {
   static const UnicodeString corpus = [] {
-    const std::string bytes = readFile(ucdDirectory() + "/NormalizationTest.txt");
+    const UnicodeString file = fromUTF8(readFile(ucdDirectory() + "/NormalizationTest.txt"));
     UnicodeString text;
-    for (std::u16string_view line : splitAt(fromUTF8(bytes), u'\n')) {
+    for (std::u16string_view line : splitAt(file, u'\n')) {
       if (line.empty() || line[0] == u'#' || line[0] == u'@') continue;
       const auto fields = splitAt(line, u';');
       if (fields.size() < 6) continue;

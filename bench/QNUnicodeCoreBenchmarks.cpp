@@ -2,6 +2,7 @@
 // on three corpora, full case folding, and the first UnicodeData read against a bare floor.
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
+#include <unicode/uscript.h>
 #include <unicode/ustring.h>
 
 #include <cstring>
