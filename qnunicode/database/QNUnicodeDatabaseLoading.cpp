@@ -22,6 +22,7 @@ constexpr uint32_t kLastCodepoint = 0x10FFFF;
 constexpr size_t kIndexSlots = 0x110000;
 constexpr uint32_t kPageBits = 8;
 constexpr uint32_t kPageSize = 1u << kPageBits;
+static_assert(kPageSize == QNUnicodeDefaultData::Page::kSize);
 constexpr size_t kPageCount = kIndexSlots / kPageSize;
 
 // A record the database owns, handed out without reference counting: the shared_ptr has no
@@ -93,35 +94,19 @@ class FileBytes {
 
 namespace qnunicode::detail {
 
-// The default records of 256 consecutive codepoints, in one allocation.
+// The default records of 256 consecutive codepoints, in one allocation, and whether the range
+// walk is needed for any of them.
 class OnDemandRecords::Page {
  public:
-  Page(uint32_t firstCodepoint, bool meetsRange) : meetsRange(meetsRange) {
-    for (uint32_t i = 0; i < kPageSize; ++i)
-      new (&_records[i]) QNUnicodeDefaultData(firstCodepoint + i);
-  }
-  ~Page() {
-    for (uint32_t i = 0; i < kPageSize; ++i) record(i).~QNUnicodeDefaultData();
-  }
-  Page(const Page&) = delete;
-  Page& operator=(const Page&) = delete;
+  Page(uint32_t firstCodepoint, bool meetsRange)
+      : records(firstCodepoint), meetsRange(meetsRange) {}
 
-  const QNUnicodeDefaultData& record(uint32_t offset) const {
-    return *std::launder(reinterpret_cast<const QNUnicodeDefaultData*>(&_records[offset]));
-  }
-  QNUnicodeDefaultData& record(uint32_t offset) {
-    return *std::launder(reinterpret_cast<QNUnicodeDefaultData*>(&_records[offset]));
-  }
+  const QNUnicodeDefaultData& record(uint32_t offset) const { return records.record(offset); }
 
+  const QNUnicodeDefaultData::Page records;
   // Whether the interior of some identical-property range lies in this page, so that its
   // codepoints must walk the ranges before they get a default record.
   const bool meetsRange;
-
- private:
-  struct alignas(QNUnicodeDefaultData) Slot {
-    std::byte bytes[sizeof(QNUnicodeDefaultData)];
-  };
-  Slot _records[kPageSize];
 };
 
 namespace {

@@ -324,11 +324,19 @@ TEST(UnicodeDataOnDemand, RecordsOutliveTheirDatabase) {
   std::shared_ptr<const QNUnicodeData> unlisted;
   {
     SyntheticDatabase synthetic(kSmallFile);
-    unlisted = synthetic.database->unicodeDataForCodepoint(0x0378);
+    unlisted = synthetic.database->unicodeDataForCodepoint(0x05FE);
   }
   ASSERT_TRUE(isDefault(unlisted));
-  EXPECT_EQ(unlisted->codepoint(), 0x378u);
+  EXPECT_EQ(unlisted->codepoint(), 0x5FEu);
   EXPECT_EQ(unlisted->characterName(), u"<reserved>");
+  EXPECT_EQ(unlisted->bidirectionalCategory(), u"R");
+
+  // A copy of a record of a page stands on its own once the page is gone.
+  const QNUnicodeDefaultData copied(static_cast<const QNUnicodeDefaultData&>(*unlisted));
+  unlisted.reset();
+  realDatabase()->unicodeDataForCodepoint(0x50000);  // the thread lets go of the page
+  EXPECT_EQ(copied.codepoint(), 0x5FEu);
+  EXPECT_EQ(copied.bidirectionalCategory(), u"R");
 }
 
 // A First/Last pair whose slots stay empty (a Last line below its First line, a Last line above
@@ -453,8 +461,11 @@ TEST(UnicodeDataAgainstICU, EveryCodepoint) {
       ASSERT_EQ(qnunicode::toUTF8(record->bidirectionalCategory()), bidi) << std::hex << c;
       categories.insert(record->generalCategory());
       bidiCategories.insert(record->bidirectionalCategory());
-    } else if (qnunicode::toUTF8(record->bidirectionalCategory()) != bidi) {
-      bidiDifferences.push_back(c);
+    } else {
+      // A record of a page answers as a record on its own would.
+      const UnicodeString category = record->bidirectionalCategory();
+      ASSERT_EQ(category, QNUnicodeDefaultData(c).bidirectionalCategory()) << std::hex << c;
+      if (qnunicode::toUTF8(category) != bidi) bidiDifferences.push_back(c);
     }
 
     // Decomposition: type from the tag, codepoints from the field. Hangul syllables decompose

@@ -76,22 +76,90 @@ std::u16string_view arabicLetterOrNoncharacter(QNUnicodeDatabase* database, uint
   return u"AL";
 }
 
+enum class BlockKind : uint8_t { RightToLeft, ArabicLetter, Other };
+
+BlockKind kindOfBlock(const UnicodeString& block) {
+  static const auto rightToLeftBlocks = matchableForms(kRightToLeftBlocks);
+  static const auto arabicLetterBlocks = matchableForms(kArabicLetterBlocks);
+  const UnicodeString matchable = QNUnicode::matchableUnicodePropertyString(block);
+  if (namedIn(rightToLeftBlocks, matchable)) return BlockKind::RightToLeft;
+  if (namedIn(arabicLetterBlocks, matchable)) return BlockKind::ArabicLetter;
+  return BlockKind::Other;
+}
+
+// The kinds of the blocks met so far while a page works out its categories. Block names are
+// kept by the database for its life, so a name met again has the same address.
+struct BlockKinds {
+  const UnicodeString* lastBlock = nullptr;
+  BlockKind lastKind = BlockKind::Other;
+
+  BlockKind of(const UnicodeString& block) {
+    if (&block != lastBlock) {
+      lastKind = kindOfBlock(block);
+      lastBlock = &block;
+    }
+    return lastKind;
+  }
+};
+
+std::u16string_view categoryFor(uint32_t codepoint, QNUnicodeDatabase* database,
+                                BlockKinds* kinds) {
+  if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
+  if (inRanges(kArabicLetterRanges, codepoint))
+    return arabicLetterOrNoncharacter(database, codepoint);
+  if (!database) return u"L";
+  const UnicodeString& block = database->characterBlockForCodepoint(codepoint);
+  switch (kinds ? kinds->of(block) : kindOfBlock(block)) {
+    case BlockKind::RightToLeft:
+      return u"R";
+    case BlockKind::ArabicLetter:
+      return arabicLetterOrNoncharacter(database, codepoint);
+    case BlockKind::Other:
+      break;
+  }
+  return u"L";
+}
+
+// The codes a page keeps its categories by.
+constexpr std::array<std::u16string_view, 3> kCategoryCodes = {u"L", u"R", u"AL"};
+
+uint8_t codeOf(std::u16string_view category) {
+  for (uint8_t code = 0; code < kCategoryCodes.size(); ++code) {
+    if (kCategoryCodes[code] == category) return code;
+  }
+  return 0;
+}
+
 }  // namespace
 
 std::u16string_view QNUnicodeDefaultData::defaultBidirectionalCategory(uint32_t codepoint) {
   if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
   const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
-  if (inRanges(kArabicLetterRanges, codepoint)) {
-    return arabicLetterOrNoncharacter(database.get(), codepoint);
+  return categoryFor(codepoint, database.get(), nullptr);
+}
+
+UnicodeString QNUnicodeDefaultData::bidirectionalCategory() const {
+  if (!(_pagePosition & kInPage)) return UnicodeString(defaultBidirectionalCategory(_codepoint));
+  const uint32_t offset = _pagePosition & (kInPage - 1);
+  // The records are the first member of their page, in order.
+  const auto* page = reinterpret_cast<const Page*>(this - offset);
+  return UnicodeString(page->bidirectionalCategory(offset));
+}
+
+std::u16string_view QNUnicodeDefaultData::Page::bidirectionalCategory(uint32_t offset) const {
+  if (!_categoriesKnown.load(std::memory_order_acquire)) {
+    const uint32_t codepoint = _records[offset]._codepoint;
+    if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
+    const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+    // Without a database there is nothing worth keeping: the answer comes from the ranges.
+    if (!database) return categoryFor(codepoint, nullptr, nullptr);
+    // Two threads may work the page out at once; they store the same codes.
+    BlockKinds kinds;
+    for (uint32_t i = 0; i < kSize; ++i) {
+      _categories[i].store(codeOf(categoryFor(_records[i]._codepoint, database.get(), &kinds)),
+                           std::memory_order_relaxed);
+    }
+    _categoriesKnown.store(true, std::memory_order_release);
   }
-  if (!database) return u"L";
-  static const auto rightToLeftBlocks = matchableForms(kRightToLeftBlocks);
-  static const auto arabicLetterBlocks = matchableForms(kArabicLetterBlocks);
-  const UnicodeString block =
-      QNUnicode::matchableUnicodePropertyString(database->characterBlockForCodepoint(codepoint));
-  if (namedIn(rightToLeftBlocks, block)) return u"R";
-  if (namedIn(arabicLetterBlocks, block)) {
-    return arabicLetterOrNoncharacter(database.get(), codepoint);
-  }
-  return u"L";
+  return kCategoryCodes[_categories[offset].load(std::memory_order_relaxed)];
 }

@@ -1,18 +1,29 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "qnunicode/records/QNUnicodeData.h"
+
+class QNUnicodeDatabase;
 
 // The record of a codepoint that UnicodeData does not list: a reserved, unassigned codepoint
 // with the bidirectional category the UCD prescribes for such codepoints by range and block.
 class QNUnicodeDefaultData final : public QNUnicodeData {
  public:
+  class Page;
+
   explicit QNUnicodeDefaultData(uint32_t codepoint) : _codepoint(codepoint) {}
+  // A copy stands on its own, outside any page.
+  QNUnicodeDefaultData(const QNUnicodeDefaultData& other)
+      : QNUnicodeData(other), _codepoint(other._codepoint) {}
+  QNUnicodeDefaultData& operator=(const QNUnicodeDefaultData&) = delete;
   static std::shared_ptr<QNUnicodeDefaultData> unicodeDataWithCodepoint(uint32_t codepoint) {
     return std::make_shared<QNUnicodeDefaultData>(codepoint);
   }
@@ -26,9 +37,7 @@ class QNUnicodeDefaultData final : public QNUnicodeData {
   UnicodeString characterName() const override { return u"<reserved>"; }
   UnicodeString generalCategory() const override { return u"Cn"; }
   uint32_t canonicalCombiningClass() const override { return 0; }
-  UnicodeString bidirectionalCategory() const override {
-    return UnicodeString(defaultBidirectionalCategory(_codepoint));
-  }
+  UnicodeString bidirectionalCategory() const override;
   UnicodeString characterDecompositionMapping() const override { return {}; }
   std::optional<std::span<const uint32_t>> characterDecompositionMappingArray() const override {
     return std::nullopt;
@@ -51,5 +60,45 @@ class QNUnicodeDefaultData final : public QNUnicodeData {
   }
 
  private:
+  static constexpr uint16_t kInPage = 0x100;
+  QNUnicodeDefaultData(uint32_t codepoint, uint16_t pagePosition)
+      : _pagePosition(pagePosition), _codepoint(codepoint) {}
+
+  // kInPage plus the record's place in its page, or 0 for a record on its own. (This fits the
+  // room the base leaves before the codepoint: a record stays 16 bytes.)
+  uint16_t _pagePosition = 0;
   uint32_t _codepoint;
+};
+
+// The default records of 256 consecutive codepoints in one block of memory, as the database makes
+// them for codepoints UnicodeData does not list. Once one of its records is asked for its
+// bidirectional category, the page works out those of all 256 with one look at the shared
+// database and keeps them, so that a walk over unlisted codepoints does not ask the database
+// (and compare block names) once per codepoint.
+class QNUnicodeDefaultData::Page {
+ public:
+  static constexpr uint32_t kSize = 256;
+
+  // firstCodepoint is a multiple of 256.
+  explicit Page(uint32_t firstCodepoint)
+      : Page(firstCodepoint, std::make_integer_sequence<uint16_t, kSize>()) {}
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  const QNUnicodeDefaultData& record(uint32_t offset) const { return _records[offset]; }
+
+ private:
+  friend class QNUnicodeDefaultData;
+
+  template <uint16_t... Offsets>
+  Page(uint32_t firstCodepoint, std::integer_sequence<uint16_t, Offsets...>)
+      : _records{{QNUnicodeDefaultData(firstCodepoint + Offsets, kInPage | Offsets)...}} {}
+
+  std::u16string_view bidirectionalCategory(uint32_t offset) const;
+
+  // The records come first: a record finds its page from its own place in this array.
+  std::array<QNUnicodeDefaultData, kSize> _records;
+  // Category codes (see the source), filled together once a shared database is there.
+  mutable std::atomic<bool> _categoriesKnown{false};
+  mutable std::array<std::atomic<uint8_t>, kSize> _categories{};
 };
