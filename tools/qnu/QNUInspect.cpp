@@ -26,7 +26,8 @@ int runInspect(Host& host, const InspectOptions& options) {
       if (host.json()) {
         writeOut(reporter.jsonLine(value), true);
       } else {
-        writeOut((first ? "" : "\n") + reporter.text(value), true);
+        if (!first) writeOut("\n");
+        writeOut(reporter.text(value), true);
       }
       first = false;
     }
