@@ -169,7 +169,13 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
     const auto found = indexNames->find(codepoint);
     if (found != indexNames->end()) names = found->second;
   }
-  add("indexNames", "Index names", jsonTextList(names));
+  // One name a line: Index names hold commas of their own ("E WITH ACUTE, LATIN SMALL LETTER").
+  std::string namesText;
+  for (const UnicodeString& name : names) {
+    if (!namesText.empty()) namesText += '\n';
+    namesText += qnunicode::toUTF8(name);
+  }
+  add("indexNames", "Index names", jsonTextList(names)).text = namesText;
   return fields;
 }
 

@@ -165,7 +165,8 @@ constexpr std::string_view kGrinningFace = R"(U+1F600 😀
   Plane                    1
   Assigned code point      yes
   Names list               (none)
-  Index names              Emoticons, Faces
+  Index names              Emoticons
+                           Faces
 )";
 
 // U+0378, a codepoint UnicodeData does not list: a default record.
