@@ -1,3 +1,7 @@
+#include <unistd.h>
+
+#include <cstdio>
+
 #include "QNUArguments.h"
 #include "QNUCodepointReport.h"
 #include "QNUCommands.h"
@@ -17,17 +21,19 @@ int runInspect(Host& host, const InspectOptions& options) {
   host.requireUnicodeData();
 
   // Each codepoint is written as soon as it is known, so that a long range starts at once and
-  // needs no memory for what is already written.
+  // needs no memory for what is already written; a terminal sees every codepoint at once, a
+  // pipe or file gets full buffers.
+  const bool interactive = isatty(fileno(stdout));
   CodepointReporter reporter(host.database());
   bool first = true;
   for (const CodepointRange& run : runs) {
     for (uint64_t codepoint = run.first; codepoint <= run.last; ++codepoint) {
       const auto value = static_cast<uint32_t>(codepoint);
       if (host.json()) {
-        writeOut(reporter.jsonLine(value), true);
+        writeOut(reporter.jsonLine(value), interactive);
       } else {
         if (!first) writeOut("\n");
-        writeOut(reporter.text(value), true);
+        writeOut(reporter.text(value), interactive);
       }
       first = false;
     }

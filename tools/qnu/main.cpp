@@ -1,6 +1,8 @@
 // qnu: the command-line host of the library. It parses the command line, sets the database up
 // and runs the chosen command; every diagnostic goes to standard error, results to standard
 // output.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -94,6 +96,8 @@ void addSearch(CLI::App& qnu, qnu::SearchOptions& options, std::function<int(Hos
 
 int main(int argc, char** argv) {
   qnu::installLogSink();
+  // Results that go to a pipe or a file leave in large blocks.
+  if (!isatty(fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
 
   CLI::App app{
       "qnu: inspect characters, names and normalization straight from the files of the Unicode "
