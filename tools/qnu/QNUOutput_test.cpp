@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "QNUCodepointReport.h"
-
 namespace qnu {
 namespace {
 
@@ -18,13 +16,6 @@ TEST(TextTable, AlignsValuesAfterTheWidestLabelAndContinuesLinesInTheValueColumn
             "              second line\n"
             "  Age         1.1\n");
   EXPECT_EQ(TextTable().render(4), "");
-}
-
-TEST(CodepointLabel, HasAtLeastFourUpperCaseDigits) {
-  EXPECT_EQ(codepointLabel(0), "U+0000");
-  EXPECT_EQ(codepointLabel(0xE9), "U+00E9");
-  EXPECT_EQ(codepointLabel(0x1F600), "U+1F600");
-  EXPECT_EQ(codepointLabel(0x10FFFF), "U+10FFFF");
 }
 
 TEST(DisplayedCharacter, ShowsOnlyWhatATerminalDrawsHarmlessly) {
@@ -49,18 +40,6 @@ TEST(JsonLine, OneLineEvenForTextWithLineEndsAndInvalidBytes) {
   EXPECT_EQ(jsonText(std::optional<UnicodeString>()), Json(nullptr));
   EXPECT_EQ(jsonText(std::u16string_view(u"\U0001F600")), Json("\U0001F600"));
   EXPECT_EQ(jsonTextList({u"a", u""}), Json::parse(R"(["a",""])"));
-}
-
-TEST(ReportValueText, NoneForAbsentOrEmptyValuesAndListsJoined) {
-  EXPECT_EQ(CodepointReporter::textOfValue(nullptr), "(none)");
-  EXPECT_EQ(CodepointReporter::textOfValue(""), "(none)");
-  EXPECT_EQ(CodepointReporter::textOfValue(Json::array()), "(none)");
-  EXPECT_EQ(CodepointReporter::textOfValue(Json::parse(R"(["Alphabetic","Lowercase"])")),
-            "Alphabetic, Lowercase");
-  EXPECT_EQ(CodepointReporter::textOfValue(true), "yes");
-  EXPECT_EQ(CodepointReporter::textOfValue(false), "no");
-  EXPECT_EQ(CodepointReporter::textOfValue(230), "230");
-  EXPECT_EQ(CodepointReporter::textOfValue(0.5), "0.5");
 }
 
 }  // namespace

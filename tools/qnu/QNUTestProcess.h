@@ -15,7 +15,8 @@ struct ProcessResult {
   std::string err;
 };
 
-// Runs the program to its end.
+// Runs the program to its end. Standard input and standard error are temporary files, so that
+// neither can block the program whatever their size.
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& arguments,
                          const std::string& input = "");
 
