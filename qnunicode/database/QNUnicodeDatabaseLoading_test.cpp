@@ -12,7 +12,6 @@
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <random>
 #include <set>
 #include <thread>
 #include <typeinfo>
@@ -205,57 +204,19 @@ TEST(UnicodeDataLoading, MissingFileIsRetriedOnEveryUse) {
 }
 
 TEST(UnicodeDataLoading, DataThatEndsInsideALine) {
-  {
-    // The last line without its line feed loses the last byte of its titlecase field.
-    SyntheticDatabase synthetic(
-        "0041;LATIN CAPITAL LETTER A;Lu;0;L;;;;;N;;;;0061;\n"
-        "01C5;DZ WITH CARON;Lt;0;L;<compat> 0044 017E;;;;N;;;01C4;01C6;01C5");
-    const auto last = synthetic.database->unicodeDataForCodepoint(0x1C5);
-    ASSERT_TRUE(isFileRecord(last));
-    EXPECT_EQ(last->titlecaseMapping(), u"01C");
-    EXPECT_EQ(synthetic.database->unicodeDataLineCount(), 2u);
-  }
-  {
-    LogCapture log;
-    SyntheticDatabase synthetic(
-        "0041;LATIN CAPITAL LETTER A;Lu;0;L;;;;;N;;;;0061;\r\n"
-        "0042;LATIN CAPITAL LETTER B;Lu;0;L;;;;;N;;;;0062;\r\n"
-        "0043;LATIN CAPITAL LETTER C;Lu;0;L;;;;");
-    EXPECT_TRUE(isFileRecord(synthetic.database->unicodeDataForCodepoint(0x42)));
-    EXPECT_EQ(synthetic.database->unicodeDataForCodepoint(0x42)->titlecaseMapping(), u"\r");
-    EXPECT_TRUE(isDefault(synthetic.database->unicodeDataForCodepoint(0x43)));
-    EXPECT_EQ(synthetic.database->unicodeDataLineCount(), 2u);
-    EXPECT_EQ(linesContaining(log, "no data"), std::vector<std::string>{"no data"});
-  }
-  {
-    // An empty file reads as a file without lines.
-    SyntheticDatabase synthetic("");
-    EXPECT_TRUE(isDefault(synthetic.database->unicodeDataForCodepoint(0x41)));
-    EXPECT_EQ(synthetic.database->unicodeDataLineCount(), 0u);
-  }
-}
+  LogCapture log;
+  SyntheticDatabase synthetic(
+      "0041;LATIN CAPITAL LETTER A;Lu;0;L;;;;;N;;;;0061;\r\n"
+      "0042;LATIN CAPITAL LETTER B;Lu;0;L;;;;;N;;;;0062;\r\n"
+      "0043;LATIN CAPITAL LETTER C;Lu;0;L;;;;");
+  EXPECT_EQ(synthetic.database->unicodeDataForCodepoint(0x42)->titlecaseMapping(), u"\r");
+  EXPECT_TRUE(isDefault(synthetic.database->unicodeDataForCodepoint(0x43)));
+  EXPECT_EQ(synthetic.database->unicodeDataLineCount(), 2u);
+  EXPECT_EQ(linesContaining(log, "no data"), std::vector<std::string>{"no data"});
 
-TEST(UnicodeDataLoading, RandomBytesReadWithoutHarm) {
-  std::mt19937 random(99);
-  const std::string alphabet = ";;;;;;\n\n0123456789ABCDEF<>, FirstLast xYN-/\r\x80\xC3\xFF";
-  for (int round = 0; round < 20; ++round) {
-    std::string data(random() % 20000, '\0');
-    for (char& byte : data) byte = alphabet[random() % alphabet.size()];
-    LogCapture log;
-    SyntheticDatabase synthetic(data);
-    QNUnicodeDatabase& database = *synthetic.database;
-    ASSERT_TRUE(database.unicodeDataForCodepoint(0x41));
-    for (uint32_t codepoint = 0; codepoint < 0x110000; codepoint += 0x1001) {
-      const auto record = database.unicodeDataForCodepoint(codepoint);
-      ASSERT_TRUE(record);
-      (void)record->characterName();
-    }
-    size_t members = 0;
-    for (const QNUnicodeData* record : database.allUnicodeData()) {
-      if (typeid(*record) == typeid(QNUnicodePointerData)) ++members;
-    }
-    EXPECT_EQ(database.allUnicodeData().size(), database.unicodeDataLineCount() + members);
-  }
+  SyntheticDatabase empty("");
+  EXPECT_TRUE(isDefault(empty.database->unicodeDataForCodepoint(0x41)));
+  EXPECT_EQ(empty.database->unicodeDataLineCount(), 0u);
 }
 
 // ---- Records made on demand -------------------------------------------------------------------
@@ -395,6 +356,24 @@ TEST(UnicodeDataOnDemand, RangeMembersMadeOnDemandAreCachedWhileHeld) {
   for (uint32_t codepoint = 0x7000; codepoint < 0x9000; ++codepoint) {
     ASSERT_EQ(database.unicodeDataForCodepoint(codepoint)->codepoint(), codepoint);
   }
+}
+
+// A page works its categories out from the blocks of the shared database, block by block.
+TEST(UnicodeDataOnDemand, PageCategoriesFollowTheSharedDatabasesBlocks) {
+  SyntheticDatabase synthetic(kSmallFile);
+  synthetic.directory.write("Blocks.txt",
+                            "3000..303F; CJK Symbols and Punctuation\n"
+                            "3040..307F; KHAROSHTHI\n"
+                            "3080..30BF; Arabic Presentation Forms-A\n"
+                            "30C0..30FF; Katakana\n");
+  const std::shared_ptr<QNUnicodeDatabase> previous = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase::setSharedDatabase(synthetic.database);
+  std::vector<UnicodeString> categories;
+  for (const uint32_t c : {0x3000u, 0x3050u, 0x3090u, 0x30D0u, 0x3040u, 0x30BFu}) {
+    categories.push_back(synthetic.database->unicodeDataForCodepoint(c)->bidirectionalCategory());
+  }
+  QNUnicodeDatabase::setSharedDatabase(previous);
+  EXPECT_EQ(categories, (std::vector<UnicodeString>{u"L", u"R", u"AL", u"L", u"R", u"AL"}));
 }
 
 // ---- The real UnicodeData against ICU --------------------------------------------------------
@@ -548,6 +527,29 @@ TEST(UnicodeDataAgainstICU, EveryCodepoint) {
   EXPECT_EQ(database->generalCategoryValues(), categories);
   EXPECT_EQ(database->bidirectionalCategoryValues(), bidiCategories);
   EXPECT_EQ(database->mappingDictionary(), pairs);
+  EXPECT_EQ(database->mappingDictionary().at(0x41).at(0x300), 0xC0u);
+  EXPECT_EQ(referenceOf(database->unicodeDataForCodepoint(0x4E01)),
+            database->unicodeDataForCodepoint(0x4E00).get());
+  EXPECT_EQ(database->unicodeDataForCodepoint(0xAC01)->characterName(), u"<Hangul Syllable>");
+
+  // File order, each range's members (in order, referring to the First line) before its Last.
+  const std::vector<const QNUnicodeData*>& all = database->allUnicodeData();
+  size_t ranges = 0;
+  for (size_t i = 0; i + 1 < all.size(); ++i) {
+    if (typeid(*all[i + 1]) != typeid(QNUnicodePointerData)) continue;
+    ++ranges;
+    const QNUnicodeData* first = all[i];
+    ASSERT_TRUE(first->characterName().ends_with(u", First>"));
+    size_t j = i + 1;
+    for (; typeid(*all[j]) == typeid(QNUnicodePointerData); ++j) {
+      ASSERT_EQ(all[j]->codepoint(), first->codepoint() + (j - i));
+      ASSERT_EQ(static_cast<const QNUnicodePointerData*>(all[j])->referenceData().get(), first);
+    }
+    ASSERT_TRUE(all[j]->characterName().ends_with(u", Last>"));
+    ASSERT_EQ(all[j]->codepoint(), first->codepoint() + (j - i));
+    i = j;
+  }
+  EXPECT_EQ(ranges, 18u);
 
   // Where UnicodeData is silent, ICU follows the defaults of the derived bidirectional classes;
   // the records follow their fixed ranges and blocks, and noncharacters are L, not BN.
@@ -568,36 +570,6 @@ TEST(UnicodeDataAgainstICU, EveryCodepoint) {
   std::cout << "Ideographs with numeric values from Unihan only (" << unihanNumerics.size()
             << "): " << rangesText(unihanNumerics) << "\n";
   EXPECT_EQ(unihanNumerics.size(), 73u);
-}
-
-TEST(UnicodeDataAgainstICU, FileOrderWithRangeMembers) {
-  const auto database = realDatabase();
-  const std::vector<const QNUnicodeData*>& all = database->allUnicodeData();
-  size_t ranges = 0;
-  for (size_t i = 0; i < all.size(); ++i) {
-    if (typeid(*all[i]) != typeid(QNUnicodeConcreteData) ||
-        !all[i]->characterName().ends_with(u", First>")) {
-      continue;
-    }
-    ++ranges;
-    const QNUnicodeData* first = all[i];
-    size_t j = i + 1;
-    for (; typeid(*all[j]) == typeid(QNUnicodePointerData); ++j) {
-      ASSERT_EQ(all[j]->codepoint(), first->codepoint() + (j - i));
-      ASSERT_EQ(static_cast<const QNUnicodePointerData*>(all[j])->referenceData().get(), first);
-    }
-    ASSERT_TRUE(all[j]->characterName().ends_with(u", Last>"));
-    ASSERT_EQ(all[j]->codepoint(), first->codepoint() + (j - i));
-    i = j;
-  }
-  EXPECT_EQ(ranges, 18u);
-
-  const auto ideograph = database->unicodeDataForCodepoint(0x4E01);
-  ASSERT_TRUE(isRangeMember(ideograph));
-  EXPECT_EQ(ideograph->characterName(), u"<CJK Ideograph>");
-  EXPECT_EQ(referenceOf(ideograph), database->unicodeDataForCodepoint(0x4E00).get());
-  EXPECT_EQ(database->unicodeDataForCodepoint(0xAC01)->characterName(), u"<Hangul Syllable>");
-  EXPECT_EQ(database->mappingDictionary().at(0x41).at(0x300), 0xC0u);
 }
 
 // ---- Memory ----------------------------------------------------------------------------------
