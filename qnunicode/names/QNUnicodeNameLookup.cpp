@@ -2,6 +2,7 @@
 // and of every Index entry, mapped to their codepoints; the Index names per codepoint; and the
 // case-insensitively sorted key lists of the host's search list.
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <typeinfo>
@@ -86,35 +87,63 @@ UnicodeString caseMapped(QNUnicodeDatabase& database, std::u16string_view text, 
   return result;
 }
 
+// Appends one UTF-16 unit in the UTF-8 form of its value: comparing such bytes compares the
+// units by value, one to three bytes each.
+void appendOrderedBytes(std::string& bytes, char16_t unit) {
+  if (unit < 0x80) {
+    bytes.push_back(static_cast<char>(unit));
+  } else if (unit < 0x800) {
+    bytes.push_back(static_cast<char>(0xC0 | (unit >> 6)));
+    bytes.push_back(static_cast<char>(0x80 | (unit & 0x3F)));
+  } else {
+    bytes.push_back(static_cast<char>(0xE0 | (unit >> 12)));
+    bytes.push_back(static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
+    bytes.push_back(static_cast<char>(0x80 | (unit & 0x3F)));
+  }
+}
+
 // The keys sorted without regard to case: compared unit by unit after lower-casing, keys that
 // differ only in case ordered by their units. Composed and decomposed forms are not unified.
+//
+// Each key's lower-cased form is laid out once as bytes that compare like its units, all in one
+// buffer, and its first eight bytes are kept as a number beside it: most comparisons end at that
+// number, the others in one memcmp.
 std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase& database,
                                                        const QNUnicodeNameLookup& lookup) {
   struct Item {
+    uint64_t prefix;  // the first eight bytes, big-endian, zero-padded
+    uint32_t offset;
+    uint32_t length;
     const UnicodeString* key;
-    const UnicodeString* lowered;  // the lower-cased form; the key itself when it is ASCII
   };
   std::vector<Item> items;
   items.reserve(lookup.size());
-  std::vector<UnicodeString> lowered;
-  lowered.reserve(static_cast<size_t>(std::count_if(
-      lookup.begin(), lookup.end(), [](const auto& entry) { return !isASCII(entry.first); })));
+  std::string bytes;
+  size_t units = 0;
+  for (const auto& entry : lookup) units += entry.first.size();
+  bytes.reserve(units + units / 8);
   for (const auto& entry : lookup) {
+    const size_t offset = bytes.size();
     if (isASCII(entry.first)) {
-      items.push_back({&entry.first, &entry.first});
+      for (char16_t u : entry.first) bytes.push_back(static_cast<char>(asciiLower(u)));
     } else {
-      lowered.push_back(caseMapped(database, entry.first, false));
-      items.push_back({&entry.first, &lowered.back()});
+      for (char16_t u : caseMapped(database, entry.first, false)) appendOrderedBytes(bytes, u);
+    }
+    items.push_back({0, static_cast<uint32_t>(offset), static_cast<uint32_t>(bytes.size() - offset),
+                     &entry.first});
+  }
+  for (Item& item : items) {
+    for (uint32_t i = 0; i < 8; ++i) {
+      const uint8_t byte = i < item.length ? static_cast<uint8_t>(bytes[item.offset + i]) : 0;
+      item.prefix = (item.prefix << 8) | byte;
     }
   }
-  std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
-    const UnicodeString &x = *a.lowered, &y = *b.lowered;
-    const size_t common = std::min(x.size(), y.size());
-    for (size_t i = 0; i < common; ++i) {
-      const char16_t u = asciiLower(x[i]), v = asciiLower(y[i]);
-      if (u != v) return u < v;
-    }
-    if (x.size() != y.size()) return x.size() < y.size();
+  const char* base = bytes.data();
+  std::sort(items.begin(), items.end(), [base](const Item& a, const Item& b) {
+    if (a.prefix != b.prefix) return a.prefix < b.prefix;
+    const int order = std::memcmp(base + a.offset, base + b.offset, std::min(a.length, b.length));
+    if (order != 0) return order < 0;
+    if (a.length != b.length) return a.length < b.length;
     return *a.key < *b.key;
   });
   auto keys = std::make_shared<std::vector<UnicodeString>>();

@@ -74,10 +74,41 @@ bool containsIgnoringASCIICase(std::u16string_view text, std::u16string_view nee
   return false;
 }
 
-// Moves the scanner to just after the current line's line feed (or to the end of the text).
-void skipRestOfLine(QNScanner& scanner) {
-  scanner.scanUpToString(u"\n");
-  scanner.scanString(u"\n");
+// The rest of the current line, up to (not including) its line feed or the end of the text; the
+// scanner moves past the line feed. (A plain search: a line feed has no case to ignore.)
+std::u16string_view takeRestOfLine(QNScanner& scanner) {
+  const std::u16string_view text = scanner.text();
+  const size_t start = scanner.scanLocation();
+  const size_t lineFeed = text.find(u'\n', start);
+  if (lineFeed == std::u16string_view::npos) {
+    scanner.setScanLocation(text.size());
+    return text.substr(start);
+  }
+  scanner.setScanLocation(lineFeed + 1);
+  return text.substr(start, lineFeed - start);
+}
+
+// Strict UTF-8 decoding with runs of ASCII bytes copied as they are: a multi-byte sequence never
+// holds an ASCII byte, so decoding the runs between them one by one gives the same text and
+// fails exactly when the whole would.
+std::optional<UnicodeString> decodeUTF8Text(std::string_view bytes) {
+  UnicodeString text(bytes.size(), u'\0');  // never more units than bytes
+  size_t length = 0;
+  for (size_t i = 0; i < bytes.size();) {
+    while (i < bytes.size() && static_cast<uint8_t>(bytes[i]) < 0x80) {
+      text[length++] = static_cast<char16_t>(bytes[i++]);
+    }
+    size_t end = i;
+    while (end < bytes.size() && static_cast<uint8_t>(bytes[end]) >= 0x80) ++end;
+    if (end == i) break;
+    const std::optional<UnicodeString> run = qnunicode::decodeUTF8(bytes.substr(i, end - i));
+    if (!run) return std::nullopt;
+    std::copy(run->begin(), run->end(), text.begin() + static_cast<ptrdiff_t>(length));
+    length += run->size();
+    i = end;
+  }
+  text.resize(length);
+  return text;
 }
 
 void appendLines(UnicodeString& text, const QNUnicodeNamesList_CharEntry::Lines& lines,
@@ -123,7 +154,7 @@ std::shared_ptr<QNUnicodeNamesListEntries> QNUnicodeNamesList_CharEntry::readNam
   }
   UnicodeString text;
   if (isUTF8) {
-    std::optional<UnicodeString> decoded = qnunicode::decodeUTF8(bytes);
+    std::optional<UnicodeString> decoded = decodeUTF8Text(bytes);
     if (!decoded) {
       QNLogFormat("%s:%u could not interpret NamesList as %s string", sourceFileName(), __LINE__,
                   "Unicode (UTF-8)");
@@ -143,7 +174,7 @@ std::shared_ptr<QNUnicodeNamesListEntries> QNUnicodeNamesList_CharEntry::readNam
     const size_t lineStart = scanner.scanLocation();
     if (!scanner.scanHexInt(nullptr)) {
       // Header, block and subheader lines, notices and annotations outside entries, blank lines.
-      skipRestOfLine(scanner);
+      takeRestOfLine(scanner);
       continue;
     }
     scanner.setScanLocation(lineStart);
@@ -162,7 +193,7 @@ std::shared_ptr<QNUnicodeNamesList_CharEntry> QNUnicodeNamesList_CharEntry::char
   uint32_t codepoint;
   if (!scanner.scanHexInt(&codepoint)) return nullptr;
   std::shared_ptr<QNUnicodeNamesList_CharEntry> entry(new QNUnicodeNamesList_CharEntry(codepoint));
-  skipRestOfLine(scanner);  // the character name
+  takeRestOfLine(scanner);  // the character name
 
   // Annotation lines follow until a line that is neither tab-indented nor a notice: a blank
   // line, a header line or the next heading end the entry, and the scanner stays at its start.
@@ -190,9 +221,7 @@ std::shared_ptr<QNUnicodeNamesList_CharEntry> QNUnicodeNamesList_CharEntry::char
       break;
     }
     // A marker directly followed by the line feed gives an empty line text.
-    UnicodeString line;
-    scanner.scanUpToString(u"\n", &line);
-    scanner.scanString(u"\n");
+    const std::u16string_view line = takeRestOfLine(scanner);
     if (target) addLine(line, *target);
   }
   return entry;
