@@ -63,8 +63,10 @@ uint32_t simpleCaseMapping(QNUnicodeDatabase& database, uint32_t codepoint, bool
 }
 
 // The text with every codepoint replaced by its simple upper- or lower-case mapping. ASCII text
-// (all of UnicodeData's names and of the Index) is mapped without asking the records.
-UnicodeString caseMapped(QNUnicodeDatabase& database, std::u16string_view text, bool upper) {
+// (all of UnicodeData's names and of the Index) is mapped without asking the records; other
+// letters are mapped by the records of a database that has read UnicodeData (none: kept as they
+// are, so that the case mapping never sets off a read of its own).
+UnicodeString caseMapped(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upper) {
   UnicodeString result(text);
   if (isASCII(text)) {
     for (char16_t& u : result) u = upper ? asciiUpper(u) : asciiLower(u);
@@ -81,7 +83,7 @@ UnicodeString caseMapped(QNUnicodeDatabase& database, std::u16string_view text, 
       c = 0x10000 + (((c & 0x3FF) << 10) | (text[i + 1] & 0x3FF));
       ++i;
     }
-    if ((c & 0xF800) != 0xD800) c = simpleCaseMapping(database, c, upper);  // unpaired: kept
+    if (readDatabase && (c & 0xF800) != 0xD800) c = simpleCaseMapping(*readDatabase, c, upper);
     result.append(QNUnicode::stringWithCodepoint(c));
   }
   return result;
@@ -108,7 +110,7 @@ void appendOrderedBytes(std::string& bytes, char16_t unit) {
 // Each key's lower-cased form is laid out once as bytes that compare like its units, all in one
 // buffer, and its first eight bytes are kept as a number beside it: most comparisons end at that
 // number, the others in one memcmp.
-std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase& database,
+std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase* readDatabase,
                                                        const QNUnicodeNameLookup& lookup) {
   struct Item {
     uint64_t prefix;  // the first eight bytes, big-endian, zero-padded
@@ -127,7 +129,7 @@ std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase& databa
     if (isASCII(entry.first)) {
       for (char16_t u : entry.first) bytes.push_back(static_cast<char>(asciiLower(u)));
     } else {
-      for (char16_t u : caseMapped(database, entry.first, false)) appendOrderedBytes(bytes, u);
+      for (char16_t u : caseMapped(readDatabase, entry.first, false)) appendOrderedBytes(bytes, u);
     }
     items.push_back({0, static_cast<uint32_t>(offset), static_cast<uint32_t>(bytes.size() - offset),
                      &entry.first});
@@ -164,7 +166,7 @@ std::optional<std::string> fileBytes(const std::string& path) {
 
 bool QNUnicodeDatabase::nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint) {
   if (!_nameLookup) return false;
-  const auto found = _nameLookup->find(caseMapped(*this, key, true));
+  const auto found = _nameLookup->find(caseMapped(_isDatabaseRead ? this : nullptr, key, true));
   return found != _nameLookup->end() && found->second == codepoint;
 }
 
@@ -292,7 +294,7 @@ std::shared_ptr<const QNUnicodeNameLookup> QNUnicodeDatabase::nameLookupWithoutU
 std::shared_ptr<const std::vector<UnicodeString>> QNUnicodeDatabase::sortedNameLookupKeys() {
   if (!_sortedNameLookupKeys) {
     if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookup()) {
-      _sortedNameLookupKeys = sortedKeys(*this, *lookup);
+      _sortedNameLookupKeys = sortedKeys(_isDatabaseRead ? this : nullptr, *lookup);
     }
   }
   return _sortedNameLookupKeys;
@@ -303,7 +305,7 @@ QNUnicodeDatabase::sortedNameLookupWithoutUnihanKeys() {
   if (!_isUnihanAvailable) return sortedNameLookupKeys();
   if (!_sortedNameLookupWithoutUnihanKeys) {
     if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookupWithoutUnihan()) {
-      _sortedNameLookupWithoutUnihanKeys = sortedKeys(*this, *lookup);
+      _sortedNameLookupWithoutUnihanKeys = sortedKeys(_isDatabaseRead ? this : nullptr, *lookup);
     }
   }
   return _sortedNameLookupWithoutUnihanKeys;
