@@ -23,7 +23,7 @@ inline constexpr uint32_t SLast = SBase + SCount - 1;  // 0xD7A3
 inline constexpr uint32_t TAcceptedSpan = 28;
 
 // Writes the two or three jamo of a syllable and answers their count; 0 for anything else.
-inline size_t decomposeSyllable(uint32_t codepoint, uint32_t jamo[3]) {
+[[gnu::always_inline]] inline size_t decomposeSyllable(uint32_t codepoint, uint32_t jamo[3]) {
   const uint32_t sIndex = codepoint - SBase;
   if (sIndex >= SCount) return 0;
   jamo[0] = LBase + sIndex / NCount;
@@ -37,7 +37,7 @@ inline size_t decomposeSyllable(uint32_t codepoint, uint32_t jamo[3]) {
 // Whether `next` combines with the preceding `last`: a leading consonant with a vowel, or an LV
 // syllable with one of the 29 accepted trailing values. The differences are unsigned, so values
 // below a base fail.
-inline bool combine(uint32_t last, uint32_t next, uint32_t* combined) {
+[[gnu::always_inline]] inline bool combine(uint32_t last, uint32_t next, uint32_t* combined) {
   if (last - LBase < LCount && next - VBase < VCount) {
     *combined = SBase + ((last - LBase) * VCount + (next - VBase)) * TCount;
     return true;
@@ -52,7 +52,7 @@ inline bool combine(uint32_t last, uint32_t next, uint32_t* combined) {
 
 // Whether a codepoint can be absorbed by the element before it (a vowel or an accepted trailing
 // value).
-inline bool combinesWithPrevious(uint32_t codepoint) {
+[[gnu::always_inline]] inline bool combinesWithPrevious(uint32_t codepoint) {
   return codepoint - VBase < VCount || codepoint - TBase <= TAcceptedSpan;
 }
 

@@ -4,9 +4,16 @@
 #include <optional>
 #include <unordered_set>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/normalization/QNUnicodeHangulConstants.h"
 #include "qnunicode/records/QNUnicodeData.h"
+
+// The hot helpers of the normalization loop are always inlined into it.
+#define QN_HOT_INLINE __attribute__((always_inline)) inline
 
 namespace qnunicode::detail {
 
@@ -20,12 +27,33 @@ constexpr uint32_t kBMPCount = 0x10000;
 // undecomposed, instead of growing without end.
 constexpr size_t kMaximumDecompositionLength = 256;
 constexpr int kMaximumDecompositionDepth = 32;
+constexpr uint64_t kMaximumDecompositionCount = 0xFFFF;
 // Runs of non-starters up to this length are ordered by insertion; longer ones by merging.
 constexpr size_t kInsertionRunLength = 16;
 
 using Element = NormalizationElement;
 
-bool isSurrogate(char16_t unit) {
+// The position of the first unit at or after `position` that is not below `threshold` (at most
+// 0xD800, so that no surrogate is passed over), or `length`.
+QN_HOT_INLINE size_t skipUnitsBelow(const char16_t* units, size_t position, size_t length,
+                                    char16_t threshold) {
+#if defined(__SSE2__)
+  // Eight units at a time; the bias turns the signed comparison into an unsigned one.
+  const __m128i bias = _mm_set1_epi16(static_cast<short>(0x8000));
+  const __m128i limit = _mm_set1_epi16(static_cast<short>(threshold ^ 0x8000));
+  while (position + 8 <= length) {
+    const __m128i chunk =
+        _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units + position)), bias);
+    const unsigned below = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmplt_epi16(chunk, limit)));
+    if (below != 0xFFFF) return position + (__builtin_ctz(~below) >> 1);
+    position += 8;
+  }
+#endif
+  while (position < length && units[position] < threshold) ++position;
+  return position;
+}
+
+QN_HOT_INLINE bool isSurrogate(char16_t unit) {
   return (unit & 0xF800) == 0xD800;
 }
 
@@ -37,7 +65,7 @@ struct Decoded {
 // The codepoint walk: a high surrogate followed by a low one is a pair; any other surrogate is a
 // codepoint of its own value, and an unpaired high surrogate that has a unit after it passes
 // over that unit too.
-inline Decoded decodeAt(const char16_t* units, size_t length, size_t index) {
+QN_HOT_INLINE Decoded decodeAt(const char16_t* units, size_t length, size_t index) {
   const char16_t unit = units[index];
   if ((unit & 0xFC00) == 0xD800 && index + 1 < length) {
     const char16_t low = units[index + 1];
@@ -143,12 +171,17 @@ uint64_t orderCanonically(std::vector<Element>& list, std::vector<Element>& scra
   return swaps;
 }
 
+// The Hangul pass over a piece. Only a vowel or a trailing value can combine with the element
+// before it, so the pass starts at the first of those.
 uint64_t hangulPass(std::vector<Element>& list) {
+  size_t i = 1;
+  while (i < list.size() && !hangul::combinesWithPrevious(list[i].codepoint)) ++i;
+  if (i >= list.size()) return 0;
   uint64_t count = 0;
-  size_t written = 0;
-  for (size_t i = 0; i < list.size(); ++i) {
+  size_t written = i;
+  for (; i < list.size(); ++i) {
     uint32_t combined;
-    if (written > 0 && hangul::combine(list[written - 1].codepoint, list[i].codepoint, &combined)) {
+    if (hangul::combine(list[written - 1].codepoint, list[i].codepoint, &combined)) {
       list[written - 1].codepoint = combined;
       ++count;
     } else {
@@ -159,24 +192,65 @@ uint64_t hangulPass(std::vector<Element>& list) {
   return count;
 }
 
-struct UTF16Sink {
-  UnicodeString& text;
+// Appends to the result: runs of units directly, single codepoints through a small buffer.
+class UTF16Sink {
+ public:
+  UTF16Sink(UnicodeString& text, size_t expected) : _text(text) { _text.reserve(expected); }
+  ~UTF16Sink() { flush(); }
+  UTF16Sink(const UTF16Sink&) = delete;
+  UTF16Sink& operator=(const UTF16Sink&) = delete;
 
-  void appendUnits(const char16_t* units, size_t length) { text.append(units, length); }
-  void appendCodepoint(uint32_t codepoint) {
+  QN_HOT_INLINE void appendUnits(const char16_t* units, size_t length) {
+    if (length <= kBufferSize - _buffered) {
+      for (size_t i = 0; i < length; ++i) _buffer[_buffered + i] = units[i];
+      _buffered += length;
+      return;
+    }
+    flush();
+    _text.append(units, length);
+  }
+  // Only right after appendUnits of at least one unit.
+  void removeLastUnit() {
+    if (_buffered > 0) {
+      --_buffered;
+    } else {
+      _text.pop_back();
+    }
+  }
+  QN_HOT_INLINE void appendCodepoint(uint32_t codepoint) {
+    if (_buffered + 2 > kBufferSize) flush();
+    write(codepoint);
+  }
+  void appendElements(const Element* elements, size_t length) {
+    if (length > kBufferSize / 2) {
+      for (size_t i = 0; i < length; ++i) appendCodepoint(elements[i].codepoint);
+      return;
+    }
+    if (_buffered + 2 * length > kBufferSize) flush();
+    for (size_t i = 0; i < length; ++i) write(elements[i].codepoint);
+  }
+
+ private:
+  static constexpr size_t kBufferSize = 256;
+
+  void flush() {
+    _text.append(_buffer, _buffered);
+    _buffered = 0;
+  }
+  QN_HOT_INLINE void write(uint32_t codepoint) {
     if (codepoint <= 0xFFFF) {
-      text.push_back(static_cast<char16_t>(codepoint));
+      _buffer[_buffered++] = static_cast<char16_t>(codepoint);
     } else {
       // Values above 0x10FFFF (only from a malformed mapping) lose their excess bits.
       const uint32_t v = codepoint - 0x10000;
-      const char16_t pair[2] = {static_cast<char16_t>(0xD800 | ((v >> 10) & 0x3FF)),
-                                static_cast<char16_t>(0xDC00 | (v & 0x3FF))};
-      text.append(pair, 2);
+      _buffer[_buffered++] = static_cast<char16_t>(0xD800 | ((v >> 10) & 0x3FF));
+      _buffer[_buffered++] = static_cast<char16_t>(0xDC00 | (v & 0x3FF));
     }
   }
-  void appendElements(const Element* elements, size_t length) {
-    for (size_t i = 0; i < length; ++i) appendCodepoint(elements[i].codepoint);
-  }
+
+  UnicodeString& _text;
+  char16_t _buffer[kBufferSize];
+  size_t _buffered = 0;
 };
 
 struct CodepointSink {
@@ -186,6 +260,7 @@ struct CodepointSink {
   void appendUnits(const char16_t* units, size_t length) {
     codepoints.insert(codepoints.end(), units, units + length);
   }
+  void removeLastUnit() { codepoints.pop_back(); }
   void appendCodepoint(uint32_t codepoint) { codepoints.push_back(codepoint); }
   void appendElements(const Element* elements, size_t length) {
     for (size_t i = 0; i < length; ++i) codepoints.push_back(elements[i].codepoint);
@@ -218,7 +293,7 @@ CodepointTrie::CodepointTrie(const std::vector<uint32_t>& values) {
       _values.insert(_values.end(), first, first + kBlockSize);
       stored.emplace(hash, offset);
     }
-    _blocks[block] = offset;
+    _blocks[block] = static_cast<uint16_t>(offset >> kBlockShift);
   }
 }
 
@@ -226,6 +301,9 @@ CodepointTrie::CodepointTrie(const std::vector<uint32_t>& values) {
 
 class NormalizationTablesBuilder {
  public:
+  using Info = NormalizationTables::Info;
+  using Tables = NormalizationTables;
+
   explicit NormalizationTablesBuilder(NormalizationTables& tables) : _tables(tables) {}
 
   // The decomposition part from the records (none: no codepoint has a record).
@@ -251,58 +329,74 @@ class NormalizationTablesBuilder {
       if (combiningClass < 0) _tables._hasNegativeClasses = true;
     }
 
-    std::vector<uint32_t> candidates;
+    // Plain syllables and simple codepoints live in the trie alone; the others get an Info.
+    _tables._infos.assign(1, Info{});
+    std::vector<uint32_t> values(kCodepointCount, Tables::kSimpleBit);
     for (uint32_t codepoint = 0; codepoint < kCodepointCount; ++codepoint) {
-      if (_classes[codepoint] != 0 || _mappings.count(codepoint) ||
-          QNUnicodeDatabase::codepointIsHangul(codepoint)) {
-        candidates.push_back(codepoint);
+      if (isPlainSyllable(codepoint)) {
+        values[codepoint] = Tables::kHangulBit;
+        continue;
       }
-    }
-
-    _tables._infos.assign(1, NormalizationTables::Info{});
-    std::vector<uint32_t> values(kCodepointCount, 0);
-    for (uint32_t codepoint : candidates) {
-      NormalizationTables::Info info;
-      info.combiningClass = _classes[codepoint];
+      const int32_t combiningClass = _classes[codepoint];
+      if (combiningClass == 0 && !_mappings.count(codepoint) &&
+          !hangul::decomposeSyllable(codepoint, _jamo)) {
+        continue;
+      }
+      Info info;
+      info.combiningClass = combiningClass;
       const Expansion* expansions[2] = {expand(codepoint, 0, 0), expand(codepoint, 1, 0)};
       for (uint32_t mode = 0; mode < 2; ++mode) {
         if (!expansions[mode]) continue;
-        info.decomposes[mode] = true;
-        info.decompositionCount[mode] = expansions[mode]->count;
+        info.decomposes |= 1 << mode;
+        info.decompositionCount[mode] = static_cast<uint16_t>(expansions[mode]->count);
+        info.decompositionLength[mode] = static_cast<uint16_t>(expansions[mode]->elements.size());
         // Most compatibility decompositions are the canonical ones; those share their elements.
-        info.decomposition[mode] =
+        info.decompositionOffset[mode] =
             mode == 1 && expansions[0] && expansions[0]->elements == expansions[1]->elements
-                ? info.decomposition[0]
+                ? info.decompositionOffset[0]
                 : addElements(expansions[mode]->elements);
       }
-      if (info.combiningClass == 0 && !info.decomposes[0] && !info.decomposes[1]) continue;
-      values[codepoint] = static_cast<uint32_t>(_tables._infos.size())
-                          << NormalizationTables::kFlagBits;
+      if (!info.decomposes && combiningClass >= 0 && combiningClass <= 0xFF) {
+        values[codepoint] =
+            Tables::kSimpleBit | (static_cast<uint32_t>(combiningClass) << Tables::kPayloadShift);
+        continue;
+      }
+      values[codepoint] = static_cast<uint32_t>(_tables._infos.size()) << Tables::kPayloadShift;
       _tables._infos.push_back(info);
     }
 
     // Boundaries, inert codepoints and single results of the decomposing forms.
     std::vector<Element> work, scratch;
     for (uint32_t codepoint = 0; codepoint < kCodepointCount; ++codepoint) {
-      NormalizationTables::Info& info = infoAt(values[codepoint]);
-      for (uint32_t form = NormalizationTables::FormD; form <= NormalizationTables::FormKD;
-           ++form) {
+      if (_tables._hasNegativeClasses) break;
+      uint32_t& value = values[codepoint];
+      if (value & Tables::kHangulBit) {
+        // Leading consonant first: a cut in both decomposing forms.
+        value |= (Tables::kBoundaryBit << Tables::FormD) | (Tables::kBoundaryBit << Tables::FormKD);
+        continue;
+      }
+      if (value & Tables::kSimpleBit) {
+        if (simpleClass(value) == 0) {
+          for (uint32_t form = Tables::FormD; form <= Tables::FormKD; ++form) {
+            value |= (Tables::kInertBit | Tables::kBoundaryBit) << form;
+          }
+        }
+        continue;
+      }
+      Info& info = infoAt(value);
+      for (uint32_t form = Tables::FormD; form <= Tables::FormKD; ++form) {
         const uint32_t mode = form;
-        const bool inert = !info.decomposes[mode] && info.combiningClass == 0;
+        const bool inert = !(info.decomposes & (1 << mode)) && info.combiningClass == 0;
         const bool boundary = startsWithStarter(info, mode);
-        if (_tables._hasNegativeClasses) continue;
-        if (inert) values[codepoint] |= NormalizationTables::kInertBit << form;
-        if (boundary) values[codepoint] |= NormalizationTables::kBoundaryBit << form;
+        if (inert) value |= Tables::kInertBit << form;
+        if (boundary) value |= Tables::kBoundaryBit << form;
         if (boundary && !inert) {
-          // Every record other than the shared default one belongs to one codepoint. A
-          // decomposition that is already in order is its own result.
-          const NormalizationTables::Piece piece = info.decomposition[mode];
-          work.assign(_tables._elements.begin() + piece.offset,
-                      _tables._elements.begin() + piece.offset + piece.length);
+          // Every Info belongs to one codepoint. A decomposition that is already in order is
+          // its own result.
+          work.assign(decompositionBegin(info, mode),
+                      decompositionBegin(info, mode) + info.decompositionLength[mode]);
           const uint64_t swaps = orderCanonically(work, scratch, false);
-          info.singleIsSelf[form] = false;
-          info.singleReorderings[form] = static_cast<uint32_t>(swaps);
-          info.single[form] = swaps == 0 ? piece : addElements(work);
+          setSingle(info, form, work, swaps, 0, codepoint);
         }
       }
     }
@@ -316,20 +410,25 @@ class NormalizationTablesBuilder {
     std::unordered_set<uint32_t> excluded;
     if (exclusions) excluded.insert(exclusions->begin(), exclusions->end());
     std::vector<bool> isSecond(kCodepointCount, false);
-    std::unordered_map<uint32_t, std::vector<std::pair<uint32_t, uint32_t>>> pairsByFirst;
+    std::vector<uint64_t> pairs;
+    bool jamoInPairs = false;
     if (pairMap) {
       for (const auto& [first, seconds] : *pairMap) {
         for (const auto& [second, composite] : seconds) {
           if (excluded.count(composite)) continue;
           if (second < kCodepointCount) isSecond[second] = true;
-          if (first < kCodepointCount) {
-            pairsByFirst[first].emplace_back(second, composite);
+          jamoInPairs = jamoInPairs || isJamo(first) || isJamo(second);
+          if (first < kCodepointCount && second < kCodepointCount && composite < kCodepointCount) {
+            pairs.push_back((static_cast<uint64_t>(first) << 42) |
+                            (static_cast<uint64_t>(second) << 21) | composite);
           } else {
-            _tables._outOfRangePairs[(static_cast<uint64_t>(first) << 32) | second] = composite;
+            _tables._widePairs[(static_cast<uint64_t>(first) << 32) | second] = composite;
           }
         }
       }
     }
+    fillPairSlots(pairs);
+    _tables._jamoComposeAlone = !jamoInPairs;
     const auto combinesWithPrevious = [&](uint32_t codepoint) {
       return codepoint >= kCodepointCount || isSecond[codepoint] ||
              hangul::combinesWithPrevious(codepoint);
@@ -339,54 +438,49 @@ class NormalizationTablesBuilder {
     for (uint32_t codepoint = 0; codepoint < kCodepointCount; ++codepoint) {
       values[codepoint] = _tables._trie.get(codepoint);
     }
-    std::vector<uint32_t> firsts;
-    for (const auto& entry : pairsByFirst) firsts.push_back(entry.first);
-    std::sort(firsts.begin(), firsts.end());
-    for (uint32_t first : firsts) {
-      std::vector<std::pair<uint32_t, uint32_t>>& pairs = pairsByFirst[first];
-      std::sort(pairs.begin(), pairs.end());
-      if ((values[first] >> NormalizationTables::kFlagBits) == 0) {
-        values[first] |= static_cast<uint32_t>(_tables._infos.size())
-                         << NormalizationTables::kFlagBits;
-        _tables._infos.emplace_back();
-      }
-      NormalizationTables::Info& info = infoAt(values[first]);
-      info.pairsOffset = static_cast<uint32_t>(_tables._pairs.size());
-      info.pairsLength = static_cast<uint32_t>(pairs.size());
-      _tables._pairs.insert(_tables._pairs.end(), pairs.begin(), pairs.end());
-    }
-    // The single results below look pairs up through the trie.
-    _tables.rebuildTrie(values);
-
     NormalizationCounts counts;
     std::vector<Element> work, scratch;
     for (uint32_t codepoint = 0; codepoint < kCodepointCount; ++codepoint) {
-      NormalizationTables::Info& info = infoAt(values[codepoint]);
-      for (uint32_t form = NormalizationTables::FormC; form <= NormalizationTables::FormKC;
-           ++form) {
+      if (_tables._hasNegativeClasses) break;
+      uint32_t& value = values[codepoint];
+      if (value & Tables::kHangulBit) {
+        // Its jamo compose back by the Hangul pass alone, unless a pair of the map takes part.
+        if (!jamoInPairs) {
+          value |=
+              (Tables::kBoundaryBit << Tables::FormC) | (Tables::kBoundaryBit << Tables::FormKC);
+        }
+        continue;
+      }
+      if (value & Tables::kSimpleBit) {
+        // A simple starter is a cut and stays as it is unless it composes with what precedes.
+        if (simpleClass(value) == 0 && !combinesWithPrevious(codepoint)) {
+          for (uint32_t form = Tables::FormC; form <= Tables::FormKC; ++form) {
+            value |= (Tables::kInertBit | Tables::kBoundaryBit) << form;
+          }
+        }
+        continue;
+      }
+      Info& info = infoAt(value);
+      for (uint32_t form = Tables::FormC; form <= Tables::FormKC; ++form) {
         const uint32_t mode = form & 1;
-        if (_tables._hasNegativeClasses) continue;
-        const bool inert = (values[codepoint] & (NormalizationTables::kInertBit << mode)) &&
-                           !combinesWithPrevious(codepoint);
+        const bool inert =
+            (value & (Tables::kInertBit << mode)) && !combinesWithPrevious(codepoint);
         bool boundary = startsWithStarter(info, mode);
         if (boundary) {
-          const uint32_t first = info.decomposes[mode]
-                                     ? _tables._elements[info.decomposition[mode].offset].codepoint
+          const uint32_t first = (info.decomposes & (1 << mode))
+                                     ? decompositionBegin(info, mode)->codepoint
                                      : codepoint;
           boundary = !combinesWithPrevious(first);
         }
-        if (inert) values[codepoint] |= NormalizationTables::kInertBit << form;
+        if (inert) value |= Tables::kInertBit << form;
         if (!boundary) continue;
-        values[codepoint] |= NormalizationTables::kBoundaryBit << form;
+        value |= Tables::kBoundaryBit << form;
         if (inert) continue;
         work.clear();
         counts = NormalizationCounts{};
-        _tables.appendDecomposition(codepoint, values[codepoint], mode, work, counts);
+        _tables.appendDecomposition(codepoint, value, mode, work, counts);
         _tables.finishPiece(true, work, scratch, counts);
-        info.singleReorderings[form] = static_cast<uint32_t>(counts.reorderings);
-        info.singleCompositions[form] = static_cast<uint32_t>(counts.compositionReplacements);
-        info.singleIsSelf[form] = work.size() == 1 && work[0].codepoint == codepoint;
-        if (!info.singleIsSelf[form]) info.single[form] = addElements(work);
+        setSingle(info, form, work, counts.reorderings, counts.compositionReplacements, codepoint);
       }
     }
     _tables.rebuildTrie(values);
@@ -406,12 +500,46 @@ class NormalizationTablesBuilder {
     std::vector<Element> elements;
   };
 
-  NormalizationTables::Info& infoAt(uint32_t value) {
-    return _tables._infos[value >> NormalizationTables::kFlagBits];
+  static bool isJamo(uint64_t codepoint) { return codepoint >= 0x1100 && codepoint <= 0x11FF; }
+  static uint32_t simpleClass(uint32_t value) { return (value >> Tables::kPayloadShift) & 0xFF; }
+
+  Info& infoAt(uint32_t value) { return _tables._infos[value >> Tables::kPayloadShift]; }
+  const Element* decompositionBegin(const Info& info, uint32_t mode) const {
+    return _tables._elements.data() + info.decompositionOffset[mode];
   }
 
   int32_t classOf(uint32_t codepoint) const {
     return codepoint < kCodepointCount ? _classes[codepoint] : 0;
+  }
+
+  // The result of a codepoint as a piece of its own; short enough for 16 bits, since
+  // decompositions are.
+  void setSingle(Info& info, uint32_t form, const std::vector<Element>& result,
+                 uint64_t reorderings, uint64_t compositions, uint32_t codepoint) {
+    info.singleReorderings[form] = static_cast<uint16_t>(reorderings);
+    info.singleCompositions[form] = static_cast<uint16_t>(compositions);
+    if (result.size() == 1 && result[0].codepoint == codepoint) {
+      info.singleIsSelf |= 1 << form;
+      return;
+    }
+    info.singleLength[form] = static_cast<uint16_t>(result.size());
+    const uint32_t mode = form & 1;
+    const Element* decomposition = decompositionBegin(info, mode);
+    info.singleOffset[form] = std::equal(result.begin(), result.end(), decomposition,
+                                         decomposition + info.decompositionLength[mode])
+                                  ? info.decompositionOffset[mode]
+                                  : addElements(result);
+  }
+
+  // A syllable without a record mapping and of class 0 whose jamo are of class 0 and have no
+  // mappings either: its decomposition in both modes is its jamo, one mapping applied.
+  bool isPlainSyllable(uint32_t codepoint) {
+    const size_t count = hangul::decomposeSyllable(codepoint, _jamo);
+    if (count == 0 || _classes[codepoint] != 0 || _mappings.count(codepoint)) return false;
+    for (size_t i = 0; i < count; ++i) {
+      if (_classes[_jamo[i]] != 0 || _mappings.count(_jamo[i])) return false;
+    }
+    return true;
   }
 
   // One level of mapping as the decomposition applies it: the record's mapping when it is
@@ -446,7 +574,7 @@ class NormalizationTablesBuilder {
       } else {
         elements.push_back({part, classOf(part)});
       }
-      if (elements.size() > kMaximumDecompositionLength) {
+      if (elements.size() > kMaximumDecompositionLength || count > kMaximumDecompositionCount) {
         tooLong = true;
         break;
       }
@@ -459,24 +587,36 @@ class NormalizationTablesBuilder {
     return expansion.decomposes ? &expansion : nullptr;
   }
 
-  NormalizationTables::Piece addElements(const std::vector<Element>& elements) {
-    NormalizationTables::Piece piece{static_cast<uint32_t>(_tables._elements.size()),
-                                     static_cast<uint32_t>(elements.size())};
+  uint32_t addElements(const std::vector<Element>& elements) {
+    const uint32_t offset = static_cast<uint32_t>(_tables._elements.size());
     _tables._elements.insert(_tables._elements.end(), elements.begin(), elements.end());
-    return piece;
+    return offset;
   }
 
   // Whether the codepoint's decomposition (or the codepoint) begins with a starter.
-  bool startsWithStarter(const NormalizationTables::Info& info, uint32_t mode) const {
-    if (!info.decomposes[mode]) return info.combiningClass == 0;
-    const NormalizationTables::Piece piece = info.decomposition[mode];
-    return piece.length > 0 && _tables._elements[piece.offset].combiningClass == 0;
+  bool startsWithStarter(const Info& info, uint32_t mode) const {
+    if (!(info.decomposes & (1 << mode))) return info.combiningClass == 0;
+    return info.decompositionLength[mode] > 0 &&
+           decompositionBegin(info, mode)->combiningClass == 0;
+  }
+
+  void fillPairSlots(const std::vector<uint64_t>& pairs) {
+    size_t size = 16;
+    while (size < pairs.size() * 2) size *= 2;
+    _tables._pairSlots.assign(size, Tables::kEmptyPair);
+    _tables._pairMask = size - 1;
+    for (uint64_t pair : pairs) {
+      uint64_t slot = _tables.pairSlot(pair >> 21);
+      while (_tables._pairSlots[slot] != Tables::kEmptyPair) slot = (slot + 1) & _tables._pairMask;
+      _tables._pairSlots[slot] = pair;
+    }
   }
 
   NormalizationTables& _tables;
   std::vector<int32_t> _classes;
   std::unordered_map<uint32_t, Mapping> _mappings;
   std::unordered_map<uint32_t, Expansion> _expansions[2];
+  uint32_t _jamo[3];
 };
 
 std::shared_ptr<NormalizationTables> NormalizationTables::tablesForDatabase(
@@ -506,47 +646,48 @@ void NormalizationTables::prepareComposition(QNUnicodeDatabase& database) {
 
 void NormalizationTables::rebuildTrie(const std::vector<uint32_t>& values) {
   _trie = CodepointTrie(values);
-  _bmpFlags.resize(kBMPCount);
-  for (uint32_t codepoint = 0; codepoint < kBMPCount; ++codepoint) {
-    _bmpFlags[codepoint] = static_cast<uint8_t>(values[codepoint] & 0xFF);
+  for (uint32_t form = FormD; form <= FormKC; ++form) {
+    uint32_t codepoint = 0;
+    while (codepoint < 0xD800 && (values[codepoint] & (kInertBit << form))) ++codepoint;
+    _belowAllInert[form] = static_cast<char16_t>(codepoint);
   }
 }
 
 size_t NormalizationTables::memorySize() const {
-  return sizeof(*this) + _trie.memorySize() + _bmpFlags.size() + _infos.size() * sizeof(Info) +
-         _elements.size() * sizeof(Element) + _pairs.size() * sizeof(_pairs[0]) +
-         _outOfRangePairs.size() * 32;
+  return sizeof(*this) + _trie.memorySize() + _infos.size() * sizeof(Info) +
+         _elements.size() * sizeof(Element) + _pairSlots.size() * sizeof(uint64_t) +
+         _widePairs.size() * 32;
+}
+
+bool NormalizationTables::wideComposite(uint32_t first, uint32_t second,
+                                        uint32_t* composite) const {
+  const auto found = _widePairs.find((static_cast<uint64_t>(first) << 32) | second);
+  if (found == _widePairs.end()) return false;
+  *composite = found->second;
+  return true;
 }
 
 // ---- Normalizing ---------------------------------------------------------------------------
 
-bool NormalizationTables::composite(uint32_t first, uint32_t second, uint32_t* composite) const {
-  if (first >= kCodepointCount) {
-    if (_outOfRangePairs.empty()) return false;
-    const auto found = _outOfRangePairs.find((static_cast<uint64_t>(first) << 32) | second);
-    if (found == _outOfRangePairs.end()) return false;
-    *composite = found->second;
-    return true;
+QN_HOT_INLINE void NormalizationTables::appendDecomposition(uint32_t codepoint, uint32_t value,
+                                                            uint32_t mode,
+                                                            std::vector<Element>& work,
+                                                            NormalizationCounts& counts) const {
+  if (value & kSimpleBit) {
+    work.push_back({codepoint, static_cast<int32_t>((value >> kPayloadShift) & 0xFF)});
+    return;
   }
-  const Info& firstInfo = info(first);
-  const std::pair<uint32_t, uint32_t>* pairs = _pairs.data() + firstInfo.pairsOffset;
-  for (uint32_t i = 0; i < firstInfo.pairsLength; ++i) {
-    if (pairs[i].first < second) continue;
-    if (pairs[i].first > second) return false;
-    *composite = pairs[i].second;
-    return true;
+  if (value & kHangulBit) {
+    uint32_t jamo[3];
+    const size_t count = hangul::decomposeSyllable(codepoint, jamo);
+    for (size_t i = 0; i < count; ++i) work.push_back({jamo[i], 0});
+    counts.decompositionReplacements += 1;
+    return;
   }
-  return false;
-}
-
-void NormalizationTables::appendDecomposition(uint32_t codepoint, uint32_t value, uint32_t mode,
-                                              std::vector<Element>& work,
-                                              NormalizationCounts& counts) const {
-  const Info& codepointInfo = _infos[value >> kFlagBits];
-  if (codepointInfo.decomposes[mode]) {
-    const Piece piece = codepointInfo.decomposition[mode];
-    work.insert(work.end(), _elements.begin() + piece.offset,
-                _elements.begin() + piece.offset + piece.length);
+  const Info& codepointInfo = _infos[value >> kPayloadShift];
+  if (codepointInfo.decomposes & (1 << mode)) {
+    const Element* first = _elements.data() + codepointInfo.decompositionOffset[mode];
+    work.insert(work.end(), first, first + codepointInfo.decompositionLength[mode]);
     counts.decompositionReplacements += codepointInfo.decompositionCount[mode];
   } else {
     work.push_back({codepoint, codepointInfo.combiningClass});
@@ -590,9 +731,10 @@ uint64_t NormalizationTables::composePiece(std::vector<Element>& work) const {
   return count;
 }
 
-void NormalizationTables::finishPiece(bool compose, std::vector<Element>& work,
-                                      std::vector<Element>& scratch,
-                                      NormalizationCounts& counts) const {
+inline void NormalizationTables::finishPiece(bool compose, std::vector<Element>& work,
+                                             std::vector<Element>& scratch,
+                                             NormalizationCounts& counts) const {
+  if (work.size() < 2) return;
   counts.reorderings += orderCanonically(work, scratch, _hasNegativeClasses);
   if (!compose) return;
   counts.compositionReplacements += composePiece(work);
@@ -600,23 +742,36 @@ void NormalizationTables::finishPiece(bool compose, std::vector<Element>& work,
 }
 
 template <typename Sink>
-void NormalizationTables::appendSingle(uint32_t codepoint, uint32_t value, Form form, Sink& sink,
-                                       NormalizationCounts& counts) const {
+QN_HOT_INLINE void NormalizationTables::appendSingle(uint32_t codepoint, uint32_t value, Form form,
+                                                     Sink& sink,
+                                                     NormalizationCounts& counts) const {
   if (value & (kInertBit << form)) {
     sink.appendCodepoint(codepoint);
     return;
   }
-  const Info& single = _infos[value >> kFlagBits];
+  if (value & kHangulBit) {
+    uint32_t jamo[3];
+    const size_t count = hangul::decomposeSyllable(codepoint, jamo);
+    counts.decompositionReplacements += 1;
+    if (form & 2) {
+      counts.compositionReplacements += count - 1;
+      sink.appendCodepoint(codepoint);
+    } else {
+      for (size_t i = 0; i < count; ++i) sink.appendCodepoint(jamo[i]);
+    }
+    return;
+  }
+  const Info& single = _infos[value >> kPayloadShift];
   const uint32_t mode = form & 1;
-  if (single.decomposes[mode]) {
+  if (single.decomposes & (1 << mode)) {
     counts.decompositionReplacements += single.decompositionCount[mode];
   }
   counts.reorderings += single.singleReorderings[form];
   counts.compositionReplacements += single.singleCompositions[form];
-  if (single.singleIsSelf[form]) {
+  if (single.singleIsSelf & (1 << form)) {
     sink.appendCodepoint(codepoint);
   } else {
-    sink.appendElements(_elements.data() + single.single[form].offset, single.single[form].length);
+    sink.appendElements(_elements.data() + single.singleOffset[form], single.singleLength[form]);
   }
 }
 
@@ -625,65 +780,189 @@ void NormalizationTables::run(std::u16string_view text, Form form, Sink& sink,
                               NormalizationCounts& counts) const {
   const char16_t* units = text.data();
   const size_t length = text.size();
-  const uint8_t inertBit = static_cast<uint8_t>(kInertBit << form);
+  const uint32_t inertBit = kInertBit << form;
   const uint32_t boundaryBit = kBoundaryBit << form;
   const uint32_t mode = form & 1;
   const bool compose = (form & 2) != 0;
-  const uint8_t* bmpFlags = _bmpFlags.data();
+  const char16_t belowAllInert = _belowAllInert[form];
   std::vector<Element> work, scratch;  // allocated only when a piece needs them
 
-  // At the top of the loop, `position` is the start of the text or of a boundary codepoint.
+  // The loop looks every codepoint up once. `position` is the start of the text or of a
+  // boundary codepoint; when `carried`, that codepoint is already decoded in `current` with its
+  // trie value in `value`.
   size_t position = 0;
-  while (position < length) {
-    size_t end = position;
-    while (end < length && !isSurrogate(units[end]) && (bmpFlags[units[end]] & inertBit)) ++end;
-    if (end == length) {
-      sink.appendUnits(units + position, end - position);
-      return;
-    }
-    Decoded current = decodeAt(units, length, end);
-    uint32_t value = _trie.get(current.codepoint);
-    size_t pieceStart;
-    if (value & boundaryBit) {
-      sink.appendUnits(units + position, end - position);
-      const bool alone = current.next >= length ||
-                         (_trie.get(decodeAt(units, length, current.next).codepoint) & boundaryBit);
-      if (alone) {
-        appendSingle(current.codepoint, value, form, sink, counts);
-        position = current.next;
-        continue;
+  Decoded current{0, 0};
+  uint32_t value = 0;
+  bool carried = false;
+  for (;;) {
+    if (!carried || (value & inertBit)) {
+      // A run of inert codepoints of the Basic Multilingual Plane is copied as it stands, up
+      // to the first codepoint that is not inert or is a surrogate.
+      size_t end = position;
+      bool found = false;
+      for (;;) {
+        end = skipUnitsBelow(units, end, length, belowAllInert);
+        if (end >= length) break;
+        const char16_t unit = units[end];
+        if (isSurrogate(unit)) {
+          current = decodeAt(units, length, end);
+          value = _trie.get(current.codepoint);
+          found = true;
+          break;
+        }
+        const uint32_t unitValue = _trie.getBelowLimit(unit);
+        if (!(unitValue & inertBit)) {
+          current = {unit, end + 1};
+          value = unitValue;
+          found = true;
+          break;
+        }
+        ++end;
       }
-      pieceStart = end;
-    } else if (end > position) {
-      // The inert codepoint before joins the piece: it is the starter that what follows may
-      // compose with.
-      sink.appendUnits(units + position, end - 1 - position);
-      pieceStart = end - 1;
-      current = decodeAt(units, length, pieceStart);
-      value = _trie.get(current.codepoint);
-    } else {
-      pieceStart = end;  // the start of the text
+      sink.appendUnits(units + position, end - position);
+      if (!found) return;
+      if (!(value & boundaryBit) && end > position) {
+        // The inert codepoint before joins the piece: it is the starter that what follows may
+        // compose with.
+        sink.removeLastUnit();
+        current = {units[end - 1], end};
+        value = _trie.getBelowLimit(units[end - 1]);
+        --end;
+      }
+      position = end;
+    }
+    carried = false;
+
+    if (value & boundaryBit) {
+      // Boundaries followed by boundaries are pieces of their own.
+      bool pieceStarts = false;
+      for (;;) {
+        if (current.next >= length) {
+          appendSingle(current.codepoint, value, form, sink, counts);
+          return;
+        }
+        const size_t nextStart = current.next;
+        const Decoded next = decodeAt(units, length, nextStart);
+        const uint32_t nextValue = _trie.get(next.codepoint);
+        if (!(nextValue & boundaryBit)) {
+          pieceStarts = true;
+          break;
+        }
+        // The record of what comes next is fetched while this one is written.
+        if (!(nextValue & (kSimpleBit | kHangulBit))) {
+          __builtin_prefetch(&_infos[nextValue >> kPayloadShift]);
+        }
+        appendSingle(current.codepoint, value, form, sink, counts);
+        position = nextStart;
+        current = next;
+        value = nextValue;
+        if (value & inertBit) {
+          carried = true;
+          break;
+        }
+      }
+      if (!pieceStarts) continue;
+    }
+
+    // Conjoining jamo L V or L V T (with any of the 29 accepted trailing values): when no pair of
+    // the map involves jamo, they make one syllable in the Hangul pass, one combination per
+    // jamo after the first.
+    if (compose && _jamoComposeAlone && current.codepoint - hangul::LBase < hangul::LCount &&
+        isSimpleStarter(value) && current.next < length) {
+      const Decoded vowel = decodeAt(units, length, current.next);
+      const uint32_t vowelValue = _trie.get(vowel.codepoint);
+      if (vowel.codepoint - hangul::VBase < hangul::VCount && isSimpleStarter(vowelValue)) {
+        uint32_t syllable = 0;
+        hangul::combine(current.codepoint, vowel.codepoint, &syllable);
+        uint32_t combinations = 1;
+        size_t nextStart = vowel.next;  // what follows the jamo taken so far
+        Decoded after{0, 0};
+        uint32_t afterValue = 0;
+        if (nextStart < length) {
+          after = decodeAt(units, length, nextStart);
+          afterValue = _trie.get(after.codepoint);
+          if (after.codepoint - hangul::TBase <= hangul::TAcceptedSpan &&
+              isSimpleStarter(afterValue)) {
+            syllable += after.codepoint - hangul::TBase;
+            combinations = 2;
+            nextStart = after.next;
+            if (nextStart < length) {
+              after = decodeAt(units, length, nextStart);
+              afterValue = _trie.get(after.codepoint);
+            }
+          }
+        }
+        if (nextStart >= length || (afterValue & boundaryBit)) {
+          sink.appendCodepoint(syllable);
+          counts.compositionReplacements += combinations;
+          if (nextStart >= length) return;
+          position = nextStart;
+          current = after;
+          value = afterValue;
+          carried = true;
+          continue;
+        }
+      }
+    }
+
+    // The most common piece: a starter without a decomposition and one codepoint after it
+    // without one either, such as a letter and its accent. Neither moves; the second composes
+    // with the first or, failing that, may make a Hangul syllable with it.
+    if (isSimpleStarter(value) && current.next < length && !_hasNegativeClasses) {
+      const Decoded second = decodeAt(units, length, current.next);
+      const uint32_t secondValue = _trie.get(second.codepoint);
+      if (secondValue & kSimpleBit) {
+        Decoded third{0, 0};
+        uint32_t thirdValue = 0;
+        const bool last = second.next >= length;
+        if (!last) {
+          third = decodeAt(units, length, second.next);
+          thirdValue = _trie.get(third.codepoint);
+        }
+        if (last || (thirdValue & boundaryBit)) {
+          uint32_t composed;
+          if (compose && (composite(current.codepoint, second.codepoint, &composed) ||
+                          hangul::combine(current.codepoint, second.codepoint, &composed))) {
+            sink.appendCodepoint(composed);
+            counts.compositionReplacements += 1;
+          } else {
+            sink.appendCodepoint(current.codepoint);
+            sink.appendCodepoint(second.codepoint);
+          }
+          if (last) return;
+          position = second.next;  // where the third codepoint starts
+          current = third;
+          value = thirdValue;
+          carried = true;
+          continue;
+        }
+      }
     }
 
     // The piece: its first codepoint and every following one up to the next boundary.
     work.clear();
+    bool atEnd = false;
     for (;;) {
       appendDecomposition(current.codepoint, value, mode, work, counts);
       position = current.next;
-      if (position >= length) break;
+      if (position >= length) {
+        atEnd = true;
+        break;
+      }
       current = decodeAt(units, length, position);
       value = _trie.get(current.codepoint);
       if (value & boundaryBit) break;
     }
     finishPiece(compose, work, scratch, counts);
     sink.appendElements(work.data(), work.size());
+    if (atEnd) return;
+    carried = true;
   }
 }
 
 void NormalizationTables::normalize(std::u16string_view text, Form form, UnicodeString& result,
                                     NormalizationCounts& counts) const {
-  result.reserve(result.size() + text.size() + text.size() / 4 + 8);
-  UTF16Sink sink{result};
+  UTF16Sink sink(result, text.size() + text.size() / 8 + 8);
   run(text, form, sink, counts);
 }
 

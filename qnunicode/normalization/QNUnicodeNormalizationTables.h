@@ -63,14 +63,19 @@ class CodepointTrie {
   // 0 above 0x10FFFF.
   uint32_t get(uint32_t codepoint) const {
     if (codepoint > 0x10FFFF) return 0;
-    return _values[_blocks[codepoint >> kBlockShift] + (codepoint & (kBlockSize - 1))];
+    return getBelowLimit(codepoint);
+  }
+  uint32_t getBelowLimit(uint32_t codepoint) const {
+    return _values[(static_cast<uint32_t>(_blocks[codepoint >> kBlockShift]) << kBlockShift) +
+                   (codepoint & (kBlockSize - 1))];
   }
   size_t memorySize() const {
-    return _blocks.size() * sizeof(uint32_t) + _values.size() * sizeof(uint32_t);
+    return _blocks.size() * sizeof(uint16_t) + _values.size() * sizeof(uint32_t);
   }
 
  private:
-  std::vector<uint32_t> _blocks;
+  // Per block of 64 codepoints, the number of its stored block (at most 0x4400 of them).
+  std::vector<uint16_t> _blocks;
   std::vector<uint32_t> _values;
 };
 
@@ -98,9 +103,27 @@ class NormalizationTables {
                  NormalizationCounts& counts) const;
 
   // The combining class the forms use for a codepoint (0 without a record).
-  int32_t combiningClass(uint32_t codepoint) const { return info(codepoint).combiningClass; }
+  int32_t combiningClass(uint32_t codepoint) const {
+    const uint32_t value = _trie.get(codepoint);
+    if (value & kSimpleBit) return static_cast<int32_t>((value >> kPayloadShift) & 0xFF);
+    if (value & kHangulBit) return 0;
+    return _infos[value >> kPayloadShift].combiningClass;
+  }
   // The primary composite of a pair with the exclusions applied (after prepareComposition).
-  bool composite(uint32_t first, uint32_t second, uint32_t* composite) const;
+  bool composite(uint32_t first, uint32_t second, uint32_t* composite) const {
+    if (first < kCodepointLimit && second < kCodepointLimit) {
+      const uint64_t key = (static_cast<uint64_t>(first) << 21) | second;
+      for (uint64_t slot = pairSlot(key);; slot = (slot + 1) & _pairMask) {
+        const uint64_t entry = _pairSlots[slot];
+        if ((entry >> 21) == key) {
+          *composite = static_cast<uint32_t>(entry & 0x1FFFFF);
+          return true;
+        }
+        if (entry == kEmptyPair) break;
+      }
+    }
+    return !_widePairs.empty() && wideComposite(first, second, composite);
+  }
 
   // For tests and memory figures.
   bool isBoundary(uint32_t codepoint, Form form) const {
@@ -119,34 +142,46 @@ class NormalizationTables {
  private:
   friend class NormalizationTablesBuilder;
 
-  struct Piece {
-    uint32_t offset = 0;  // into _elements
-    uint32_t length = 0;
-  };
-  struct Info {
-    int32_t combiningClass = 0;
-    // The full decomposition in canonical (0) and compatibility (1) mode, unordered, as the
-    // mappings give it, and the number of mappings applied; `decomposes` false when the
-    // codepoint stays itself.
-    bool decomposes[2] = {false, false};
-    Piece decomposition[2];
-    uint32_t decompositionCount[2] = {0, 0};
-    // The result and counts of the codepoint as a piece of its own, per form; meaningful only
-    // where the codepoint is a boundary of that form and not inert.
-    bool singleIsSelf[4] = {true, true, true, true};
-    Piece single[4];
-    uint32_t singleReorderings[4] = {0, 0, 0, 0};
-    uint32_t singleCompositions[4] = {0, 0, 0, 0};
-    // The composable pairs with this codepoint first: (second, composite), sorted by second.
-    uint32_t pairsOffset = 0;
-    uint32_t pairsLength = 0;
-  };
+  static constexpr uint32_t kCodepointLimit = 0x110000;
 
+  // The trie's value of a codepoint: flag bits, and above kPayloadShift either the class (of a
+  // simple codepoint) or the index of its Info.
   static constexpr uint32_t kInertBit = 1;      // << form
   static constexpr uint32_t kBoundaryBit = 16;  // << form
-  static constexpr uint32_t kFlagBits = 8;
+  // A Hangul syllable that decomposes by arithmetic alone into jamo of class 0 that have no
+  // mappings of their own.
+  static constexpr uint32_t kHangulBit = 256;
+  // A codepoint without a decomposition in either mode and of a class from 0 to 255.
+  static constexpr uint32_t kSimpleBit = 512;
+  static constexpr uint32_t kPayloadShift = 10;
+  static bool isSimpleStarter(uint32_t value) {
+    return (value & kSimpleBit) && ((value >> kPayloadShift) & 0xFF) == 0;
+  }
 
-  const Info& info(uint32_t codepoint) const { return _infos[_trie.get(codepoint) >> kFlagBits]; }
+  // Everything else: decompositions and the results of the codepoint as a piece of its own.
+  // Lengths and counts fit 16 bits, as the builder keeps decompositions short. One cache line.
+  struct alignas(64) Info {
+    int32_t combiningClass = 0;
+    uint8_t decomposes = 0;    // bit per mode: 0 canonical, 1 compatibility
+    uint8_t singleIsSelf = 0;  // bit per form
+    uint16_t decompositionCount[2] = {0, 0};
+    uint16_t decompositionLength[2] = {0, 0};
+    uint32_t decompositionOffset[2] = {0, 0};  // into _elements
+    // The result and counts of the codepoint as a piece of its own, per form; meaningful only
+    // where the codepoint is a boundary of that form and not inert.
+    uint16_t singleLength[4] = {0, 0, 0, 0};
+    uint16_t singleReorderings[4] = {0, 0, 0, 0};
+    uint16_t singleCompositions[4] = {0, 0, 0, 0};
+    uint32_t singleOffset[4] = {0, 0, 0, 0};
+  };
+
+  // Pairs of the map as first << 42 | second << 21 | composite.
+  static constexpr uint64_t kEmptyPair = UINT64_MAX;
+  uint64_t pairSlot(uint64_t key) const {
+    return ((key * 0x9E3779B97F4A7C15ull) >> 40) & _pairMask;
+  }
+  bool wideComposite(uint32_t first, uint32_t second, uint32_t* composite) const;
+
   // Makes the trie and the BMP flags from one value per codepoint.
   void rebuildTrie(const std::vector<uint32_t>& values);
 
@@ -164,19 +199,23 @@ class NormalizationTables {
                    std::vector<NormalizationElement>& scratch, NormalizationCounts& counts) const;
   uint64_t composePiece(std::vector<NormalizationElement>& work) const;
 
-  // Per codepoint: (index into _infos) << kFlagBits | inert and boundary bits.
   CodepointTrie _trie;
-  // The flag bits of the Basic Multilingual Plane again, one byte each, for the copying loop.
-  std::vector<uint8_t> _bmpFlags;
-  std::vector<Info> _infos;  // _infos[0]: class 0, no decomposition, no pairs
+  // Per form, the first codepoint that is not inert: the copying loop passes over everything
+  // below it without a lookup.
+  char16_t _belowAllInert[4] = {0, 0, 0, 0};
+  std::vector<Info> _infos;  // _infos[0]: class 0, no decomposition (above 0x10FFFF)
   std::vector<NormalizationElement> _elements;
-  std::vector<std::pair<uint32_t, uint32_t>> _pairs;
-  // Pairs whose first codepoint lies above 0x10FFFF (only a malformed UnicodeData has them).
-  std::unordered_map<uint64_t, uint32_t> _outOfRangePairs;
+  // The composable pairs, open addressing, at most half full.
+  std::vector<uint64_t> _pairSlots = std::vector<uint64_t>(1, kEmptyPair);
+  uint64_t _pairMask = 0;
+  // Pairs with a codepoint above 0x10FFFF in them (only a malformed UnicodeData has them).
+  std::unordered_map<uint64_t, uint32_t> _widePairs;
   // A malformed UnicodeData can give a class that reads as negative; the cuts then no longer
   // hold and the whole text is worked on as one piece.
   bool _hasNegativeClasses = false;
   bool _compositionPrepared = false;
+  // No pair of the map involves a conjoining jamo, so jamo compose by the Hangul pass alone.
+  bool _jamoComposeAlone = false;
 };
 
 }  // namespace qnunicode::detail

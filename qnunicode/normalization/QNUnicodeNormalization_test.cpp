@@ -348,6 +348,38 @@ TEST(NormalizationStepByStep, RandomStringsGiveTheSameFormsAndCounts) {
   }
 }
 
+TEST(NormalizationStepByStep, EveryShortSequenceOfAwkwardCodepoints) {
+  // Jamo (the trailing values TBase and TBase + 28 among them), syllables, letters with marks
+  // of several classes, excluded and singleton composites, a lone low surrogate, a supplementary
+  // composite and marks that decompose: every sequence of up to three of them, at the start,
+  // the end and the middle of a text.
+  auto database = realDatabase();
+  StepByStep steps{*database};
+  const Codepoints alphabet = {0x1100, 0x1161, 0x11A7,  0x11A8,  0x11C3, 0xAC00, 0xAC01, 0x41,
+                               0x300,  0x301,  0x316,   0x345,   0xC0,   0x958,  0x93C,  0x915,
+                               0x212B, 0xDC00, 0x1D15E, 0x1D165, 0x344,  0xF73,  0xFB01, 0x20};
+  const size_t n = alphabet.size();
+  for (size_t count = 1; count <= n * n * n + n * n + n; ++count) {
+    Codepoints input;
+    for (size_t rest = count; rest > 0; rest = (rest - 1) / n)
+      input.push_back(alphabet[(rest - 1) % n]);
+    for (const Codepoints& prefix : {Codepoints{}, Codepoints{0x62}, Codepoints{0x300}}) {
+      Codepoints text_ = prefix;
+      text_.insert(text_.end(), input.begin(), input.end());
+      for (const Form& form : kForms) {
+        Result expected;
+        Codepoints list = steps.decompose(text_, form.K, &expected.decompositions);
+        expected.reorderings = steps.exchangeSort(list);
+        expected.compositions = 0;
+        if (form.C) list = steps.compose(list, &expected.compositions);
+        expected.text = text(list);
+        ASSERT_EQ(normalized(*database, form, text(text_)), expected)
+            << form.name << " of " << hex(text(text_));
+      }
+    }
+  }
+}
+
 TEST(NormalizationStepByStep, SwapsAreTheExchangeSortsAndCompositionsTheRemovedCodepoints) {
   // Starters and marks of many classes in random order, so that long runs get sorted: the
   // reordering count is the number of swaps a plain exchange sort makes, and NFC's composition
