@@ -127,25 +127,70 @@ uint64_t sortRun(Element* run, size_t length, std::vector<Element>& scratch) {
   return swaps;
 }
 
-// The canonical ordering as written: an exchange sort over the whole list in which a starter
-// never starts a move. Used only where classes read as negative (a malformed UnicodeData), where
-// starters can be passed and the runs above do not describe the result.
-uint64_t exchangeSort(std::vector<Element>& list) {
+// The canonical ordering where classes can read as negative (a malformed UnicodeData): an
+// exchange sort over the whole list in which a starter never starts a move, so that a negative
+// class can pass starters and the runs above do not describe the result. The exchange sort moves
+// each element that is not a starter left past the neighbours before it of a higher class, and
+// what it passes stays in order among itself; so each element is placed right after the nearest
+// element before it of a class not higher than its own, and the swaps are the elements passed.
+// The list is kept in blocks, each with its lowest class, so that the search skips whole blocks
+// and long lists take O(n sqrt n) instead of the exchange sort's O(n^2).
+uint64_t orderWithNegativeClasses(std::vector<Element>& list) {
+  constexpr size_t kBlockLength = 256;
+  struct Block {
+    std::vector<Element> elements;
+    int32_t lowest = INT32_MAX;
+  };
+  std::vector<Block> blocks;
   uint64_t swaps = 0;
-  size_t i = 1;
-  while (i < list.size()) {
-    const int32_t current = list[i].combiningClass;
-    if (current == 0) {
-      ++i;
-      continue;
+  const auto lowestOf = [](const std::vector<Element>& elements) {
+    int32_t lowest = INT32_MAX;
+    for (const Element& element : elements) lowest = std::min(lowest, element.combiningClass);
+    return lowest;
+  };
+  for (const Element& element : list) {
+    if (blocks.empty() || blocks.back().elements.size() >= kBlockLength) blocks.emplace_back();
+    size_t block = blocks.size() - 1;
+    size_t insertAt = blocks[block].elements.size();
+    if (element.combiningClass != 0) {
+      // Leftwards over every block whose lowest class is higher, then within the block that
+      // holds the stopping element.
+      for (;;) {
+        std::vector<Element>& elements = blocks[block].elements;
+        if (blocks[block].lowest > element.combiningClass) {
+          swaps += insertAt;
+          if (block == 0) {
+            insertAt = 0;
+            break;
+          }
+          --block;
+          insertAt = blocks[block].elements.size();
+          continue;
+        }
+        while (insertAt > 0 && elements[insertAt - 1].combiningClass > element.combiningClass) {
+          --insertAt;
+          ++swaps;
+        }
+        break;
+      }
     }
-    if (list[i - 1].combiningClass > current) {
-      std::swap(list[i - 1], list[i]);
-      ++swaps;
-      if (i >= 2) --i;
-    } else {
-      ++i;
+    std::vector<Element>& target = blocks[block].elements;
+    target.insert(target.begin() + static_cast<ptrdiff_t>(insertAt), element);
+    blocks[block].lowest = std::min(blocks[block].lowest, element.combiningClass);
+    if (target.size() > 2 * kBlockLength) {
+      // Split a block that has grown, so that inserting stays cheap.
+      Block second;
+      second.elements.assign(target.begin() + kBlockLength, target.end());
+      target.resize(kBlockLength);
+      blocks[block].lowest = lowestOf(target);
+      second.lowest = lowestOf(second.elements);
+      blocks.insert(blocks.begin() + static_cast<ptrdiff_t>(block) + 1, std::move(second));
     }
+  }
+  size_t written = 0;
+  for (const Block& block : blocks) {
+    std::copy(block.elements.begin(), block.elements.end(), list.begin() + written);
+    written += block.elements.size();
   }
   return swaps;
 }
@@ -153,7 +198,7 @@ uint64_t exchangeSort(std::vector<Element>& list) {
 uint64_t orderCanonically(std::vector<Element>& list, std::vector<Element>& scratch,
                           bool hasNegativeClasses) {
   if (list.size() < 2) return 0;
-  if (hasNegativeClasses) return exchangeSort(list);
+  if (hasNegativeClasses) return orderWithNegativeClasses(list);
   uint64_t swaps = 0;
   Element* elements = list.data();
   const size_t length = list.size();

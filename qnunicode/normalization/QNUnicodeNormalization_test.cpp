@@ -579,16 +579,49 @@ TEST(NormalizationData, MalformedMappingsEndInsteadOfLooping) {
       "0066;F;Mn;-5;NSM;;;;;N;;;;;\n"
       "0300;COMBINING GRAVE ACCENT;Mn;230;NSM;;;;;N;;;;;\n");
   QNUnicodeDatabase& database = scratch.open();
-  for (const Form& form : kForms) {
-    // Each terminates; the exact result of a cycle is whatever the cut gives.
-    normalized(database, form, u"abc");
-  }
+  // A cycle is cut where it closes: the codepoint met again stays itself.
+  EXPECT_EQ(normalized(database, kForms[0], u"c"), (Result{u"c", 1, 0, 0}));
+  EXPECT_EQ(normalized(database, kForms[0], u"a"), (Result{u"a", 2, 0, 0}));
+  EXPECT_EQ(normalized(database, kForms[3], u"ab"), (Result{u"aa", 3, 0, 0}));
   EXPECT_EQ(normalized(database, kForms[2], u"xdy"), (Result{u"xy", 1, 0, 0}));
   EXPECT_EQ(normalized(database, kForms[0], u"e").text, u"\xD800\xDC00\x0300");
   // The canonical pair (0x110000, 0x0300) composes back.
   EXPECT_EQ(normalized(database, kForms[1], u"e"), (Result{u"e", 1, 0, 1}));
   // A class below 0 moves a mark in front of starters: the exchange sort as written.
   EXPECT_EQ(normalized(database, kForms[0], u"x\x0300yf"), (Result{u"fx\x0300y", 0, 3, 0}));
+
+  // Random texts without the cycles, step by step.
+  StepByStep steps{database};
+  const Codepoints alphabet = {0x64, 0x65, 0x66, 0x300, 0x78, 0x79};
+  std::mt19937 random(5);
+  for (int round = 0; round < 3004; ++round) {
+    // Mostly short texts; the last ones long enough to fill several blocks of the ordering.
+    Codepoints input;
+    for (int n = static_cast<int>(round < 3000 ? random() % 12 : 600 + random() % 200); n > 0;
+         --n) {
+      input.push_back(alphabet[random() % alphabet.size()]);
+    }
+    for (const Form& form : kForms) {
+      Result expected;
+      Codepoints list = steps.decompose(input, form.K, &expected.decompositions);
+      expected.reorderings = steps.exchangeSort(list);
+      expected.compositions = 0;
+      if (form.C) list = steps.compose(list, &expected.compositions);
+      expected.text = text(list);
+      ASSERT_EQ(normalized(database, form, text(input)), expected)
+          << form.name << " of " << hex(text(input));
+    }
+  }
+
+  // Each of 50000 marks of the negative class passes every starter before it and stops at the
+  // previous mark: 1 + 2 + ... + 50000 swaps, without an exchange sort's quadratic time.
+  UnicodeString alternating;
+  for (int i = 0; i < 50000; ++i) alternating += u"xf";
+  const auto started = std::chrono::steady_clock::now();
+  const Result r = normalized(database, kForms[0], alternating);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+  EXPECT_EQ(r.reorderings, 50000u * 50001u / 2);
+  EXPECT_EQ(r.text, UnicodeString(50000, u'f') + UnicodeString(50000, u'x'));
 }
 
 TEST(NormalizationTablesOfTheRealData, ClassesMatchTheRecordsAndICU) {
