@@ -373,6 +373,8 @@ class NormalizationTablesBuilder {
     for (int32_t combiningClass : _classes) {
       if (combiningClass < 0) _tables._hasNegativeClasses = true;
     }
+    _hasMapping.assign(kCodepointCount, false);
+    for (const auto& entry : _mappings) _hasMapping[entry.first] = true;
 
     // Plain syllables and simple codepoints live in the trie alone; the others get an Info.
     _tables._infos.assign(1, Info{});
@@ -383,7 +385,7 @@ class NormalizationTablesBuilder {
         continue;
       }
       const int32_t combiningClass = _classes[codepoint];
-      if (combiningClass == 0 && !_mappings.count(codepoint) &&
+      if (combiningClass == 0 && !_hasMapping[codepoint] &&
           !hangul::decomposeSyllable(codepoint, _jamo)) {
         continue;
       }
@@ -580,9 +582,9 @@ class NormalizationTablesBuilder {
   // mappings either: its decomposition in both modes is its jamo, one mapping applied.
   bool isPlainSyllable(uint32_t codepoint) {
     const size_t count = hangul::decomposeSyllable(codepoint, _jamo);
-    if (count == 0 || _classes[codepoint] != 0 || _mappings.count(codepoint)) return false;
+    if (count == 0 || _classes[codepoint] != 0 || _hasMapping[codepoint]) return false;
     for (size_t i = 0; i < count; ++i) {
-      if (_classes[_jamo[i]] != 0 || _mappings.count(_jamo[i])) return false;
+      if (_classes[_jamo[i]] != 0 || _hasMapping[_jamo[i]]) return false;
     }
     return true;
   }
@@ -660,6 +662,7 @@ class NormalizationTablesBuilder {
   NormalizationTables& _tables;
   std::vector<int32_t> _classes;
   std::unordered_map<uint32_t, Mapping> _mappings;
+  std::vector<bool> _hasMapping;
   std::unordered_map<uint32_t, Expansion> _expansions[2];
   uint32_t _jamo[3];
 };
