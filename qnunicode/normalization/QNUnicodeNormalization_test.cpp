@@ -134,6 +134,15 @@ TEST(NormalizationCounts, EmptyStringAndAbsentCountPlaces) {
   EXPECT_EQ(x, 5u);
   database->normalizationFormKCForString(s, nullptr, &o, nullptr);
   EXPECT_EQ(o, 1u);
+  // The decomposition alone, as codepoints, in either mode.
+  EXPECT_EQ(
+      database->decomposeString(s, true, &r, &o),
+      (Codepoints{0x73, 0x323, 0x307, 0x41, 0x316, 0x301, 0x66, 0x69, 0x1100, 0x1161, 0x11A8}));
+  EXPECT_EQ(r, 4u);
+  EXPECT_EQ(o, 1u);
+  EXPECT_EQ(database->decomposeString(u"\xFB01", false), Codepoints{0xFB01});
+  EXPECT_EQ(database->decomposeString(u"", true, &r, &o), Codepoints{});
+  EXPECT_EQ(r + o, 0u);
   // The non-composing forms report a composition count of 0.
   x = 7;
   database->normalizationFormK(true, false, s, nullptr, nullptr, &x);
