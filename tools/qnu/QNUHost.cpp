@@ -142,7 +142,11 @@ void Host::requireUnicodeData() {
   if (!_database->unicodeDataForCodepoint(0)) throw ReportedFailure();
 }
 
-void installLogSink() {
+void installLogSink(bool visible) {
+  if (!visible) {
+    QNSetLogSink([](std::string_view) {});
+    return;
+  }
   QNSetLogSink([](std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fputc('\n', stderr);

@@ -106,8 +106,9 @@ class Host {
   std::shared_ptr<QNUnicodeDatabase> _database;
 };
 
-// Installs the log sink of the host: every library log line goes to standard error unchanged,
-// one line each, flushed at once so that it keeps its place among the host's own diagnostics.
-void installLogSink();
+// Installs the log sink of the host. Visible, every library log line goes to standard error
+// unchanged, one line each, flushed at once so that it keeps its place among the host's own
+// diagnostics; otherwise the lines are dropped (missing files still reach the delegate).
+void installLogSink(bool visible);
 
 }  // namespace qnu

@@ -95,7 +95,7 @@ void addSearch(CLI::App& qnu, qnu::SearchOptions& options, std::function<int(Hos
 }  // namespace
 
 int main(int argc, char** argv) {
-  qnu::installLogSink();
+  qnu::installLogSink(true);
   // Results that go to a pipe or a file leave in large blocks.
   if (!isatty(fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
 
@@ -118,6 +118,10 @@ int main(int argc, char** argv) {
                        "data files (read by data, the one command that shows versions)",
                        "FILE");
   app.add_flag("--json", common.json, "Write JSON (JSON Lines for inspect and search)");
+  bool showLog = false;
+  app.add_flag("--log", showLog,
+               "Show the library's log lines (notes on the data files) on standard error; "
+               "normtest always shows them, since they are its progress");
 
   std::function<int(Host&)> selected;
   bool showsVersions = false;  // only data shows versions, which need the information file
@@ -139,6 +143,7 @@ int main(int argc, char** argv) {
     return qnu::kExitBadInput;
   }
 
+  qnu::installLogSink(showLog || app.got_subcommand("normtest"));
   try {
     // The host and its database stay until the process ends, reachable from here: the system
     // takes their memory back at once, where freeing some 300000 records one by one would cost
