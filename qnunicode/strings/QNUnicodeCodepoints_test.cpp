@@ -1,7 +1,6 @@
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 
 #include <gtest/gtest.h>
-#include <unicode/uchar.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -9,71 +8,46 @@
 #include <algorithm>
 #include <climits>
 #include <fstream>
-#include <sstream>
 
 #include "qnunicode/testing/QNTestSupport.h"
 #include "qnunicode/util/QNExceptions.h"
 #include "qnunicode/util/QNLog.h"
 
 using namespace QNUnicode;
+using Strings = std::vector<UnicodeString>;
+using namespace std::string_literals;
 
 namespace {
 
-// One codepoint as ICU reads a string forward: pairs joined, every unpaired surrogate a codepoint
-// of its own value.
+// The codepoints as ICU reads them from a unit offset: an unpaired surrogate is one of its own.
 struct IcuCodepoint {
   uint32_t value;
-  size_t offset;
-  size_t units;
+  size_t offset, units;
 };
 
-std::vector<IcuCodepoint> icuCodepoints(std::u16string_view s, size_t from = 0) {
+std::vector<IcuCodepoint> icuCodepoints(std::u16string_view s, int32_t from = 0) {
   std::vector<IcuCodepoint> result;
-  const auto* units = reinterpret_cast<const UChar*>(s.data());
-  const int32_t length = static_cast<int32_t>(s.size());
-  for (int32_t i = static_cast<int32_t>(from); i < length;) {
-    const int32_t start = i;
+  for (int32_t i = from, start = from; i < static_cast<int32_t>(s.size()); start = i) {
     UChar32 c;
-    U16_NEXT(units, i, length, c);
-    result.push_back(
-        {static_cast<uint32_t>(c), static_cast<size_t>(start), static_cast<size_t>(i - start)});
+    U16_NEXT(s.data(), i, static_cast<int32_t>(s.size()), c);
+    result.push_back({static_cast<uint32_t>(c), size_t(start), size_t(i - start)});
   }
   return result;
 }
 
-UnicodeString icuString(const std::vector<uint32_t>& codepoints) {
-  UnicodeString result;
-  for (uint32_t c : codepoints) {
-    UChar units[2];
-    int32_t length = 0;
-    UBool error = false;
-    U16_APPEND(units, length, 2, c, error);
-    EXPECT_FALSE(error);
-    result.append(reinterpret_cast<const char16_t*>(units), static_cast<size_t>(length));
-  }
-  return result;
+// "%04X" a unit (for traces and UTF-16 forms), or ICU's UTF-8 bytes as "%02X" or "\%03o" each.
+std::string hexUnits(std::u16string_view s) {
+  std::string text;
+  for (char16_t u : s) text += QNFormat("%04X", static_cast<unsigned>(u));
+  return text;
 }
-
-std::string unitsText(std::u16string_view s) {
-  std::ostringstream text;
-  text << std::hex << std::uppercase;
-  for (char16_t u : s) text << static_cast<unsigned>(u) << ' ';
-  return text.str();
-}
-
-// What a caller sees when it walks with index 0 from offset 0 along the returned offsets: ICU's
-// reading, except that the unit after an unpaired high surrogate (when there is one) is passed
-// over.
-std::vector<uint32_t> walkedCodepoints(std::u16string_view s) {
-  std::vector<uint32_t> result;
-  size_t position = 0;
-  while (position < s.size()) {
-    const IcuCodepoint c = icuCodepoints(s.substr(position, 2)).front();
-    result.push_back(c.value);
-    position += c.units;
-    if (U16_IS_LEAD(c.value) && position < s.size()) ++position;
-  }
-  return result;
+UnicodeString icuUTF8Text(uint32_t codepoint, bool hexadecimal) {
+  uint8_t bytes[4];
+  int32_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, codepoint);
+  std::string text;
+  for (int32_t i = 0; i < length; ++i) text += QNFormat(hexadecimal ? "%02X" : "\\%03o", bytes[i]);
+  return qnunicode::decodeLatin1(text);
 }
 
 template <typename Operation>
@@ -82,168 +56,125 @@ void expectRangeError(Operation&& operation, int32_t index) {
     operation();
     ADD_FAILURE() << "no range error; expected one for index " << index;
   } catch (const QNRangeException& e) {
-    EXPECT_EQ(std::string(e.what()), "UTF32 Index " + std::to_string(index) + " out of range");
+    EXPECT_EQ(e.what(), "UTF32 Index " + std::to_string(index) + " out of range");
     EXPECT_STREQ(e.name(), "NSRangeException");
   }
 }
 
-// Every string of up to five units over a letter, both ends of both surrogate halves and the
-// unit after the surrogates: lone and paired surrogates in every position, at both ends.
-const std::vector<UnicodeString>& surrogateCombinations() {
-  static const std::vector<UnicodeString> strings = [] {
-    const char16_t alphabet[] = {u'A', 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000};
-    std::vector<UnicodeString> all{UnicodeString()};
-    for (size_t begin = 0, length = 1; length <= 5; ++length) {
-      const size_t end = all.size();
-      for (size_t i = begin; i < end; ++i) {
-        for (char16_t unit : alphabet) all.push_back(all[i] + unit);
-      }
-      begin = end;
-    }
-    return all;
-  }();
-  return strings;
-}
-
-// The UTF-8 bytes of a codepoint by ICU, written as the representations write them: two
-// upper-case hexadecimal digits or a backslash and three octal digits a byte.
-UnicodeString icuUTF8Text(uint32_t codepoint, uint32_t numberSystem) {
-  uint8_t bytes[4];
-  int32_t length = 0;
-  UBool error = false;
-  U8_APPEND(bytes, length, 4, codepoint, error);
-  std::string text;
-  for (int32_t i = 0; i < length; ++i)
-    text += QNFormat(numberSystem == 16 ? "%02X" : "\\%03o", bytes[i]);
-  return error ? u"error" : qnunicode::decodeLatin1(text);
-}
-
 }  // namespace
 
-TEST(CodepointWalk, ReadsAgreeWithIcuOverSurrogateCombinations) {
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const int32_t length = static_cast<int32_t>(s.size());
-    EXPECT_EQ(UTF32Length(s), u_countChar32(reinterpret_cast<const UChar*>(s.data()), length));
-    for (int32_t i = 0; i < length; ++i) {
-      EXPECT_EQ(codepointAtUnicharIndex(s, i, true), icuCodepoints(s, i).front().value);
-      EXPECT_EQ(codepointAtUnicharIndex(s, i, false), static_cast<uint32_t>(s[i]));
+TEST(Codepoints, EveryOperationAgreesWithIcuOverLoneAndPairedSurrogates) {
+  // Every string of up to five units: lone and paired surrogates in every position.
+  Strings strings{UnicodeString()};
+  for (size_t i = 0; strings[i].size() < 5; ++i) {
+    for (char16_t unit : std::u16string_view(u"A\xD800\xDBFF\xDC00\xDFFF\xE000")) {
+      strings.push_back(strings[i] + unit);
     }
-    expectRangeError([&] { codepointAtUnicharIndex(s, length, true); }, length);
-    expectRangeError([&] { codepointAtUnicharIndex(s, -1, false); }, -1);
-
-    // Codepoint indexes from any offset skip pairs as ICU does, unpaired high surrogates
-    // included; only the next offset after an unpaired high surrogate goes two units on.
+  }
+  const UnicodeString inserted = u"x\U0001F600";
+  const CodepointSet trimmed{0x10FFFF, 0xD800, 0xDC00, 0x41};  // a pair, two lone halves, a letter
+  for (const UnicodeString& s : strings) {
+    SCOPED_TRACE(hexUnits(s));
+    const int32_t length = static_cast<int32_t>(s.size());
+    const auto icu = icuCodepoints(s);
+    const int32_t count = static_cast<int32_t>(icu.size());
+    EXPECT_EQ(UTF32Length(s), count);
+    for (int32_t i = 0; i < length; ++i) {
+      const IcuCodepoint c = icuCodepoints(s, i).front();
+      EXPECT_EQ(codepointAtUnicharIndex(s, i, true), c.value);
+      EXPECT_EQ(codepointAtUnicharIndex(s, i, false), static_cast<uint32_t>(s[i]));
+      EXPECT_EQ(UTF8RepresentationAtIndex(s, i),
+                U_IS_SURROGATE(c.value) ? std::nullopt
+                                        : std::optional(u"0x" + icuUTF8Text(c.value, true)));
+      EXPECT_EQ(UTF16RepresentationAtIndex(s, i),
+                qnunicode::decodeLatin1("0x" + hexUnits(s.substr(i, c.units))));
+    }
+    for (int32_t i : {length, -1, INT32_MIN}) {
+      expectRangeError([&] { codepointAtUnicharIndex(s, i, i < 0); }, i);
+      expectRangeError([&] { UTF8RepresentationAtIndex(s, i); }, i);
+      expectRangeError([&] { UTF16RepresentationAtIndex(s, i); }, i);
+    }
+    // Counting codepoints from any offset steps over pairs as ICU does, unpaired high surrogates
+    // included; only the next offset after an unpaired high surrogate goes two units on, so
+    // callers along the returned offsets never see the unit after one.
+    std::vector<int32_t> nextOffset(s.size());
     for (int32_t offset = 0; offset < length; ++offset) {
-      const auto icu = icuCodepoints(s, static_cast<size_t>(offset));
-      const int32_t count = static_cast<int32_t>(icu.size());
-      for (int32_t n = 0; n < count; ++n) {
-        int32_t next = 12345;
-        EXPECT_EQ(codepointAtIndex(s, n, offset, &next), icu[n].value);
-        size_t expectedNext = icu[n].offset + icu[n].units;
-        if (U16_IS_LEAD(icu[n].value) && expectedNext < s.size()) ++expectedNext;
-        EXPECT_EQ(next, expectedNext < s.size() ? static_cast<int32_t>(expectedNext) : -1)
-            << "offset " << offset << " index " << n;
-        if (offset == 0) {
-          EXPECT_EQ(codepointAtIndex(s, n), icu[n].value);
-        }
+      const auto from = icuCodepoints(s, offset);
+      const int32_t left = static_cast<int32_t>(from.size());
+      for (int32_t n = 0; n < left; ++n) {
+        size_t next = from[n].offset + from[n].units;
+        if (U16_IS_LEAD(from[n].value) && next < s.size()) ++next;
+        if (n == 0) nextOffset[offset] = next < s.size() ? static_cast<int32_t>(next) : -1;
+        int32_t answered = 12345;
+        EXPECT_EQ(codepointAtIndex(s, n, offset, &answered), from[n].value);
+        EXPECT_EQ(answered, next < s.size() ? static_cast<int32_t>(next) : -1) << n;
       }
-      expectRangeError([&] { codepointAtIndex(s, count, offset); }, count);
+      expectRangeError([&] { codepointAtIndex(s, left, offset); }, left);
       expectRangeError([&] { codepointAtIndex(s, -1, offset); }, -1);
     }
+    for (int32_t n = 0; n < count; ++n) EXPECT_EQ(codepointAtIndex(s, n), icu[n].value);
     // No offset outside the string is read: the end, the walk's -1 and far beyond.
     for (int32_t offset : {length, -1, INT32_MIN, INT32_MAX}) {
       expectRangeError([&] { codepointAtIndex(s, 0, offset); }, 0);
     }
-  }
-}
-
-TEST(CodepointWalk, CallersAlongTheReturnedOffsetsOverSurrogateCombinations) {
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const auto walked = walkedCodepoints(s);
-    std::vector<uint32_t> seen;
-    for (int32_t offset = s.empty() ? -1 : 0; offset >= 0;) {
-      seen.push_back(codepointAtIndex(s, 0, offset, &offset));
+    const uint32_t separators[] = {0x41, 0xD800, 0xDC00, 0x10000, 0x10FFFF};
+    Strings walked, hex;
+    std::vector<Strings> pieces(std::size(separators), Strings(1));
+    for (int32_t offset = length ? 0 : -1; offset >= 0; offset = nextOffset[offset]) {
+      const IcuCodepoint c = icuCodepoints(s, offset).front();
+      walked.push_back(s.substr(c.offset, c.units));
+      hex.push_back(qnunicode::decodeLatin1(QNFormat("%04X", c.value)));
+      for (size_t k = 0; k < std::size(separators); ++k) {
+        if (c.value == separators[k]) {
+          pieces[k].emplace_back();
+        } else {
+          pieces[k].back() += walked.back();
+        }
+      }
     }
-    EXPECT_EQ(seen, walked);
-
-    // codepoints and the hexadecimal list walk the string UTF32Length times, so the unit a walk
-    // passes over makes them run past the end.
-    // A passed-over unit that was the high half of a pair leaves the count intact, and the walk
-    // then reads the low half on its own.
-    if (walked.size() < icuCodepoints(s).size()) {
+    for (size_t k = 0; k < std::size(separators); ++k) {
+      EXPECT_EQ(componentsSeparatedByCodepoint(s, separators[k]), pieces[k]) << separators[k];
+    }
+    // codepoints and the hexadecimal list take UTF32Length steps along the walk, so a unit passed
+    // over makes them run past the end, unless it was the high half of a pair: the count is then
+    // intact and the walk reads the low half on its own.
+    if (static_cast<int32_t>(walked.size()) < count) {
       expectRangeError([&] { codepoints(s); }, 0);
       expectRangeError([&] { hexCodepointsArrayWithMaximumLength(s, 0); }, 0);
     } else {
-      std::vector<UnicodeString> expected;
-      for (uint32_t c : walked) expected.push_back(icuString({c}));
-      EXPECT_EQ(codepoints(s), expected);
-      const auto hex = hexCodepointsArrayWithMaximumLength(s, 0);
-      ASSERT_EQ(hex.has_value(), !s.empty());
-      if (hex) {
-        ASSERT_EQ(hex->size(), walked.size());
-        for (size_t k = 0; k < walked.size(); ++k) {
-          EXPECT_EQ((*hex)[k], qnunicode::decodeLatin1(QNFormat("%04X", walked[k])));
-        }
-      }
+      EXPECT_EQ(codepoints(s), walked);
+      EXPECT_EQ(hexCodepointsArrayWithMaximumLength(s, 0),
+                s.empty() ? std::nullopt : std::optional(hex));
     }
 
-    // Splitting loses the passed-over unit silently and matches whole codepoints.
-    for (uint32_t separator : {0x41u, 0xD800u, 0xDC00u, 0x10000u, 0x10FFFFu}) {
-      std::vector<UnicodeString> expected;
-      std::vector<uint32_t> piece;
-      for (uint32_t c : walked) {
-        if (c == separator) {
-          expected.push_back(icuString(piece));
-          piece.clear();
-        } else {
-          piece.push_back(c);
-        }
-      }
-      expected.push_back(icuString(piece));
-      EXPECT_EQ(componentsSeparatedByCodepoint(s, separator), expected) << "at " << separator;
-    }
-  }
-}
-
-TEST(CodepointEditing, InsertReplaceAndRemoveOverSurrogateCombinations) {
-  const UnicodeString inserted = u"x\U0001F600";
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const auto icu = icuCodepoints(s);
-    const int32_t count = static_cast<int32_t>(icu.size());
-    // The units of the codepoints from index `from` up to (not including) `to`.
+    // The units of the codepoints from `from` up to (not including) `to`.
     const auto slice = [&](int32_t from, int32_t to) {
-      UnicodeString text;
-      for (int32_t k = std::max(from, 0); k < std::min(to, count); ++k) {
-        text += s.substr(icu[k].offset, icu[k].units);
-      }
-      return text;
+      to = std::min(to, count);
+      return from >= to ? UnicodeString()
+                        : s.substr(icu[from].offset,
+                                   icu[to - 1].offset + icu[to - 1].units - icu[from].offset);
     };
     for (int32_t i = 0; i <= count; ++i) {
+      const UnicodeString replaced = slice(0, i) + inserted + slice(i + 1, count);
       EXPECT_EQ(stringByInsertingString(s, inserted, i), slice(0, i) + inserted + slice(i, count));
-      EXPECT_EQ(stringByInsertingString(s, inserted, i, true),
-                slice(0, i) + inserted + slice(i + 1, count));
-      EXPECT_EQ(stringByReplacingCodepointAtIndex(s, i, inserted),
-                stringByInsertingString(s, inserted, i, true));
+      EXPECT_EQ(stringByInsertingString(s, inserted, i, true), replaced);
+      EXPECT_EQ(stringByReplacingCodepointAtIndex(s, i, inserted), replaced);
     }
-    // Past the end the head copy fails at the first missing codepoint.
-    for (int32_t i : {count + 1, count + 7, INT32_MAX}) {
+    // Past the end the head copy fails at the first missing codepoint; below 0 the tail copy
+    // fails at the first negative index it asks for.
+    for (int32_t i : {count + 1, INT32_MAX}) {
       expectRangeError([&] { stringByInsertingString(s, inserted, i); }, count);
       expectRangeError([&] { stringByReplacingCodepointAtIndex(s, i, inserted); }, count);
     }
-    // A negative index fails where the tail copy asks for that codepoint.
     expectRangeError([&] { stringByInsertingString(s, inserted, -1); }, -1);
     expectRangeError([&] { stringByReplacingCodepointAtIndex(s, -2, inserted); }, -1);
     expectRangeError([&] { stringByInsertingString(s, inserted, INT32_MIN); }, INT32_MIN);
-
-    // Every subset of the codepoint indexes, and indexes past the end, which are ignored.
+    // Every subset of the codepoint indexes, with indexes past the end, which are ignored.
     for (uint32_t subset = 0; subset < (1u << count); ++subset) {
       CodepointIndexSet indexes{static_cast<uint32_t>(count), 1000, 0xFFFFFFFF};
       UnicodeString expected;
       for (int32_t k = 0; k < count; ++k) {
-        if (subset & (1u << k)) {
+        if ((subset >> k) & 1) {
           indexes.add(static_cast<uint32_t>(k));
         } else {
           expected += slice(k, k + 1);
@@ -251,178 +182,64 @@ TEST(CodepointEditing, InsertReplaceAndRemoveOverSurrogateCombinations) {
       }
       EXPECT_EQ(stringByRemovingCodepointsAtIndexes(s, indexes), expected);
     }
+    // Trimming takes a pair as one character, never one half of it.
+    int32_t first = 0, last = count;
+    while (first < count && trimmed.contains(icu[first].value)) ++first;
+    while (last > 0 && trimmed.contains(icu[last - 1].value)) --last;
+    EXPECT_EQ(stringWithoutLeadingCharactersFromSet(s, trimmed), slice(first, count));
+    EXPECT_EQ(stringWithoutTrailingCharactersFromSet(s, trimmed), slice(0, last));
   }
-}
-
-TEST(CodepointEditing, TrimmingTreatsPairsAsOneCharacter) {
-  // Sets with a supplementary codepoint, a lone low surrogate value and a letter.
-  const CodepointSet set{0x10FFFF, 0xDC00, 0x41};
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const auto icu = icuCodepoints(s);
-    size_t first = 0;
-    while (first < icu.size() && set.contains(icu[first].value)) ++first;
-    EXPECT_EQ(stringWithoutLeadingCharactersFromSet(s, set),
-              first < icu.size() ? s.substr(icu[first].offset) : UnicodeString());
-    size_t last = icu.size();
-    while (last > 0 && set.contains(icu[last - 1].value)) --last;
-    EXPECT_EQ(stringWithoutTrailingCharactersFromSet(s, set),
-              last > 0 ? s.substr(0, icu[last - 1].offset + icu[last - 1].units) : UnicodeString());
-  }
-  // A set that holds only one half of a pair leaves the pair alone.
-  const UnicodeString face = u"\U0001F600";
-  EXPECT_EQ(stringWithoutLeadingCharactersFromSet(face, CodepointSet{0xD83D}), face);
-  EXPECT_EQ(stringWithoutTrailingCharactersFromSet(face, CodepointSet{0xDE00}), face);
-  EXPECT_EQ(stringWithoutLeadingCharactersFromSet(u"\U0001F600\U0001F600b", CodepointSet{0x1F600}),
-            u"b");
-  EXPECT_EQ(stringWithoutTrailingCharactersFromSet(u"a\U0001F600\U0001F600", CodepointSet{0x1F600}),
-            u"a");
-  // White space and line ends of every kind go; a lone surrogate is none and stays.
-  EXPECT_EQ(trimmedString(u" \t\r\n\u0085\u00A0\u2028\u3000a b\u2029\u000B\u200A"), u"a b");
-  EXPECT_EQ(trimmedString(u"\n\xD800 "), u"\xD800");
-  EXPECT_EQ(trimmedString(u" \u200B"), u"\u200B");
+  // White space and line ends go; a lone surrogate is none and stays.
+  EXPECT_EQ(trimmedString(u" \r\n\u0085\u00A0\u2028\xD800 b\u200B\u2029\u000B\u3000"),
+            u"\xD800 b\u200B");
   EXPECT_EQ(trimmedString(u"\t\n"), u"");
 }
 
-TEST(CodepointText, FormsOfCodepointsAgreeWithIcu) {
-  // Plain checks in the loop over the codepoint space, one report at the end: every BMP
-  // codepoint, and every seventh above with the ends of each plane.
-  size_t failures = 0;
-  std::string first;
-  const auto check = [&](bool good, uint32_t c, const char* what) {
-    if (!good && failures++ == 0) first = QNFormat("U+%04X: %s", c, what);
-  };
+TEST(CodepointText, FormsOfEveryCodepointAgreeWithIcu) {
+  // Every BMP codepoint, and every seventh above with the ends of each plane.
   for (uint32_t c = 0; c <= 0x10FFFF; c += (c < 0xFFFF || (c & 0xFFFF) >= 0xFFF0) ? 1 : 7) {
-    const uint32_t code = UTF16CodeForCode(c);
-    const UnicodeString s = stringWithCodepoint(c);
-    check(c <= 0xFFFF ? code == c && s == UnicodeString(1, static_cast<char16_t>(c))
-                      : (code & 0xFFFF) == U16_LEAD(c) && (code >> 16) == U16_TRAIL(c) &&
-                            s == icuString({c}),
-          c, "UTF-16");
-    const auto hex = UTF8RepresentationOfCodepoint(c, 16, true);
+    char16_t units[2] = {0, 0};
+    int32_t length = 0;
+    U16_APPEND_UNSAFE(units, length, c);
+    ASSERT_EQ(stringWithCodepoint(c), std::u16string_view(units, length)) << std::hex << c;
+    ASSERT_EQ(UTF16CodeForCode(c), units[0] | uint32_t{units[1]} << 16) << std::hex << c;
     if (U_IS_SURROGATE(c)) {
-      check(!hex && !UTF8RepresentationOfCodepoint(c, 8, false), c, "a surrogate has a form");
+      ASSERT_EQ(UTF8RepresentationOfCodepoint(c), std::nullopt) << std::hex << c;
+      ASSERT_EQ(UTF8RepresentationOfCodepoint(c, 8, false), std::nullopt) << std::hex << c;
       continue;
     }
-    check(hex == (c == 0 ? u"0x00" : u"0x" + icuUTF8Text(c, 16)), c, "hexadecimal");
-    check(UTF8RepresentationOfCodepoint(c, 16, false) == (c == 0 ? u"0x00" : icuUTF8Text(c, 16)), c,
-          "hexadecimal without prefix");
-    if (c % 61 == 0 || c < 0x100 || c == 0x7FF || c == 0x800 || c == 0xFFFF || c == 0x10000) {
-      const auto octal = UTF8RepresentationOfCodepoint(c, 8, true);
-      check(octal == icuUTF8Text(c, 8), c, "octal");
-      check(UTF8RepresentationOfCodepoint(c, 8, false) == octal, c, "octal took a prefix");
-    }
-  }
-  EXPECT_EQ(failures, 0u) << "first: " << first;
-}
-
-TEST(CodepointText, UTF8AndUTF16FormsAtUnitIndexesOverSurrogateCombinations) {
-  for (const UnicodeString& s : surrogateCombinations()) {
-    SCOPED_TRACE(unitsText(s));
-    const int32_t length = static_cast<int32_t>(s.size());
-    for (int32_t i = 0; i < length; ++i) {
-      const uint32_t c = icuCodepoints(s, i).front().value;
-      const auto utf8 = UTF8RepresentationAtIndex(s, i);
-      if (U_IS_SURROGATE(c)) {
-        EXPECT_FALSE(utf8.has_value());
-      } else {
-        ASSERT_TRUE(utf8.has_value());
-        EXPECT_EQ(UTF8RepresentationAtIndex(s, i, 16, true), utf8);
-        EXPECT_EQ(*utf8, u"0x" + icuUTF8Text(c, 16));
-      }
-      // The unit, or both units of a pair.
-      std::string units = QNFormat("0x%04X", static_cast<unsigned>(s[i]));
-      if (c > 0xFFFF) units += QNFormat("%04X", static_cast<unsigned>(s[i + 1]));
-      EXPECT_EQ(UTF16RepresentationAtIndex(s, i), qnunicode::decodeLatin1(units));
-    }
-    for (int32_t i : {length, -1, INT32_MIN}) {
-      expectRangeError([&] { UTF8RepresentationAtIndex(s, i); }, i);
-      expectRangeError([&] { UTF16RepresentationAtIndex(s, i); }, i);
-    }
+    const UnicodeString hex = icuUTF8Text(c, true), octal = icuUTF8Text(c, false);
+    ASSERT_EQ(UTF8RepresentationOfCodepoint(c), u"0x" + hex) << std::hex << c;
+    // U+0000 keeps its "0x" even when no prefix is asked for.
+    ASSERT_EQ(UTF8RepresentationOfCodepoint(c, 16, false), c ? hex : u"0x00") << std::hex << c;
+    ASSERT_EQ(UTF8RepresentationOfCodepoint(c, 8, true), octal) << std::hex << c;
+    ASSERT_EQ(UTF8RepresentationOfCodepoint(c, 8, false), octal) << std::hex << c;
   }
 }
 
-TEST(CodepointText, DescribedForms) {
+TEST(CodepointText, MaskedCodepointsNumberSystemsAndHexadecimalLists) {
   // Excess bits above the codepoint space are masked away, never rejected.
-  EXPECT_EQ(UTF16CodeForCode(0x110000), 0xDC00D800u);
-  EXPECT_EQ(stringWithCodepoint(0x110000), u"\U00010000");
   EXPECT_EQ(UTF16CodeForCode(0xFFFFFFFF), 0xDFFFDBBFu);
+  EXPECT_EQ(stringWithCodepoint(0x110000), u"\U00010000");
   EXPECT_EQ(UTF8RepresentationOfCodepoint(0x110000), u"0xF0908080");
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC), u"0xE282AC");
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC, 16, false), u"E282AC");
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0x20AC, 8, true), u"\\342\\202\\254");
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0x41, 8, false), u"\\101");
-  // U+0000 keeps its "0x" even when no prefix is asked for.
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0, 16, false), u"0x00");
-  EXPECT_EQ(UTF8RepresentationOfCodepoint(0, 8, false), u"\\000");
-  for (uint32_t system : {0u, 2u, 10u, 15u, 17u, 0xFFFFFFFFu}) {
+  for (uint32_t system : {0u, 2u, 10u, 17u, 0xFFFFFFFFu}) {
+    // The number system is checked before the surrogate test, the unit index before both.
     try {
-      UTF8RepresentationOfCodepoint(0x41, system, true);
+      UTF8RepresentationOfCodepoint(0xD800, system, true);
       ADD_FAILURE() << "number system " << system << " accepted";
     } catch (const QNInvalidArgumentException& e) {
       EXPECT_STREQ(e.what(), "numberSystem must be 16 or 8");
       EXPECT_STREQ(e.name(), "NSInvalidArgumentException");
     }
-    // The number system is checked before the surrogate test, the unit index before both.
     EXPECT_THROW(UTF8RepresentationAtIndex(u"a", 0, system), QNInvalidArgumentException);
-    EXPECT_THROW(UTF8RepresentationOfCodepoint(0xD800, system, true), QNInvalidArgumentException);
     expectRangeError([&] { UTF8RepresentationAtIndex(u"a", 1, system); }, 1);
   }
-  EXPECT_EQ(UTF16RepresentationAtIndex(u"\U0001F600", 0), u"0xD83DDE00");
-  EXPECT_EQ(UTF16RepresentationAtIndex(u"\U0001F600", 1), u"0xDE00");
-  EXPECT_EQ(UTF16RepresentationAtIndex(u"\u00E9", 0), u"0x00E9");
-  EXPECT_EQ(UTF8RepresentationAtIndex(u"a\U0001F600", 1, 8), u"\\360\\237\\230\\200");
-  EXPECT_EQ(UTF8RepresentationAtIndex(u"a\U0001F600", 2), std::nullopt);
-
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"ABC", 2), u"0041 0042 ...");
-  EXPECT_EQ(hexCodepointsArrayWithMaximumLength(u"ABC", 2),
-            (std::vector<UnicodeString>{u"0041", u"0042", u"..."}));
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"ABC", 3), u"0041 0042 0043");
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"ABC", 0), u"0041 0042 0043");
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"ABC", 1), u"0041 ...");
-  EXPECT_EQ(hexCodepointsJoinedBySpaces(u"\U0001F600\U0010FFFF\u00E9\xDC00"),
-            u"1F600 10FFFF 00E9 DC00");
-  // The limit counts codepoints, not units.
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"\U0001F600\U0001F600", 2),
-            u"1F600 1F600");
-  // The empty string has no list, not an empty one.
-  EXPECT_EQ(hexCodepointsArrayWithMaximumLength(u"", 0), std::nullopt);
+  // At most that many codepoints (0: no limit), then "..."; the empty string has no list.
+  EXPECT_EQ(hexCodepointsArrayWithMaximumLength(u"ABC", 2), (Strings{u"0041", u"0042", u"..."}));
+  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"\U0001F600\U0010FFFF", 2),
+            u"1F600 10FFFF");
+  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"\U0001F600\xDC00", 1), u"1F600 ...");
   EXPECT_EQ(hexCodepointsJoinedBySpaces(u""), std::nullopt);
-  EXPECT_EQ(hexCodepointsJoinedBySpacesWithMaximumLength(u"", 5), std::nullopt);
-}
-
-TEST(CodepointWalk, DescribedAsymmetryAfterAnUnpairedHighSurrogate) {
-  const UnicodeString s =
-      u"A\xD800"
-      u"B";
-  EXPECT_EQ(UTF32Length(s), 3);
-  int32_t next = 0;
-  EXPECT_EQ(codepointAtIndex(s, 0, 1, &next), 0xD800u);
-  EXPECT_EQ(next, -1);
-  // Indexes count the B, the walk's offsets do not.
-  EXPECT_EQ(codepointAtIndex(s, 2), 0x42u);
-  EXPECT_EQ(codepointAtIndex(s, 1, 1), 0x42u);
-  expectRangeError([&] { codepoints(s); }, 0);
-  EXPECT_EQ(componentsSeparatedByCodepoint(s, u'A'), (std::vector<UnicodeString>{u"", u"\xD800"}));
-  // Editing fetches each codepoint by index, so nothing is lost there.
-  EXPECT_EQ(stringByInsertingString(s, u"-", 2), u"A\xD800-B");
-  EXPECT_EQ(stringByRemovingCodepointsAtIndexes(s, CodepointIndexSet{0}),
-            u"\xD800"
-            u"B");
-
-  const UnicodeString pair = u"A\U0001F600B";
-  EXPECT_EQ(codepointAtIndex(pair, 1), 0x1F600u);
-  EXPECT_EQ(codepointAtIndex(pair, 2), 0x42u);
-  expectRangeError([&] { codepointAtIndex(pair, 3); }, 3);
-  EXPECT_EQ(codepointAtUnicharIndex(pair, 2, true), 0xDE00u);
-  EXPECT_EQ(codepointAtUnicharIndex(pair, 1, false), 0xD83Du);
-  EXPECT_EQ(componentsSeparatedByCodepoint(u"a,b,", u','),
-            (std::vector<UnicodeString>{u"a", u"b", u""}));
-  EXPECT_EQ(componentsSeparatedByCodepoint(u"", u','), std::vector<UnicodeString>{u""});
-  EXPECT_EQ(stringByReplacingCodepointAtIndex(u"ab\U0001F600", 2, u"c"), u"abc");
-  EXPECT_EQ(stringByInsertingString(u"ab", u"c", 2), u"abc");
-  EXPECT_EQ(stringByInsertingString(u"", u"c", 0), u"c");
-  expectRangeError([&] { stringByInsertingString(u"", u"c", 1); }, 0);
 }
 
 TEST(CodepointFile, ReadsWholeUTF8FilesStrictly) {
@@ -434,23 +251,20 @@ TEST(CodepointFile, ReadsWholeUTF8FilesStrictly) {
   std::u16string expected(bytes.size(), u'\0');
   int32_t length = 0;
   UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8(reinterpret_cast<UChar*>(expected.data()), static_cast<int32_t>(expected.size()),
-                &length, bytes.data(), static_cast<int32_t>(bytes.size()), &status);
+  u_strFromUTF8(expected.data(), static_cast<int32_t>(expected.size()), &length, bytes.data(),
+                static_cast<int32_t>(bytes.size()), &status);
   ASSERT_TRUE(U_SUCCESS(status));
-  expected.resize(static_cast<size_t>(length));
-  EXPECT_EQ(stringWithContentsOfUTF8File(path), expected);
-
-  qnunicode::testing::ScratchDirectory scratch;
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.write("empty.txt", "")), u"");
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.write("text.txt", "a\xC3\xA9\xF0\x9F\x98\x80\n")),
-            u"a\u00E9\U0001F600\n");
+  EXPECT_EQ(stringWithContentsOfUTF8File(path), expected.substr(0, length));
   // One bad byte anywhere, even after a megabyte of good text, spoils the file.
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.write("bad.txt", bytes + "\xC0\x80")),
-            std::nullopt);
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.write("surrogate.txt", "a\xED\xA0\x80")),
-            std::nullopt);
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.write("cut.txt", "a\xE2\x82")), std::nullopt);
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.path() + "/missing.txt"), std::nullopt);
-  EXPECT_EQ(stringWithContentsOfUTF8File(scratch.path()), std::nullopt);
-  EXPECT_EQ(stringWithContentsOfUTF8File(""), std::nullopt);
+  qnunicode::testing::ScratchDirectory scratch;
+  const auto read = [&](std::string_view text) {
+    return stringWithContentsOfUTF8File(scratch.write("file.txt", text));
+  };
+  EXPECT_EQ(read(""), u"");
+  EXPECT_EQ(read("a\xC3\xA9\xF0\x9F\x98\x80\n"), u"a\u00E9\U0001F600\n");
+  for (const std::string& bad : {bytes + "\xC0\x80", "a\xED\xA0\x80"s, "a\xE2\x82"s})
+    EXPECT_EQ(read(bad), std::nullopt);
+  for (const std::string& unreadable : {scratch.path() + "/missing.txt", scratch.path(), ""s}) {
+    EXPECT_EQ(stringWithContentsOfUTF8File(unreadable), std::nullopt) << unreadable;
+  }
 }
