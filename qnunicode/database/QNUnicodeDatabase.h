@@ -88,7 +88,8 @@ class QNUnicodeDatabaseDelegate {
 
 // Table types. The simple ones are plain containers; the range-property tables and the case
 // folding are purpose-built classes of the properties folder.
-using QNUnicodeMappingDictionary = std::unordered_map<uint32_t, std::unordered_map<uint32_t, uint32_t>>;
+using QNUnicodeMappingDictionary =
+    std::unordered_map<uint32_t, std::unordered_map<uint32_t, uint32_t>>;
 // A PropertyValueAliases value key: the lower-cased short name, or for ccc also the class number.
 using QNUnicodePropertyValueKey = std::variant<UnicodeString, int64_t>;
 using QNUnicodePropertyValueMap = std::map<QNUnicodePropertyValueKey, std::vector<UnicodeString>>;
@@ -194,7 +195,8 @@ class QNUnicodeDatabase {
       const std::optional<std::string>& path, std::u16string_view filePrefix,
       const std::optional<std::vector<UnicodeString>>& versions);
   static std::optional<QNUnicodeDataFileInfo> mergedVersionDictionaryFromDict(
-      const std::optional<QNUnicodeDataFileInfo>& dict, const std::optional<QNUnicodeDataFileInfo>& andDict);
+      const std::optional<QNUnicodeDataFileInfo>& dict,
+      const std::optional<QNUnicodeDataFileInfo>& andDict);
 
   // ---- Range properties and line breaks (properties/) ---------------------------------------
   std::shared_ptr<const QNUnicodeBlockTable> blocks();
@@ -227,8 +229,8 @@ class QNUnicodeDatabase {
   // in extendedPropertiesForCodepoint).
   bool codepointHasExtendedProperty(uint32_t codepoint, std::u16string_view property);
   uint32_t lineBreakForCodepoint(uint32_t codepoint);
-  static std::vector<UnicodeString> propertyOfCodepoint(uint32_t codepoint,
-                                                        const QNUnicodePropertyTable* inPropertyDictionary);
+  static std::vector<UnicodeString> propertyOfCodepoint(
+      uint32_t codepoint, const QNUnicodePropertyTable* inPropertyDictionary);
   static const UnicodeString& missingBlock();
   static const UnicodeString& missingScript();
   static const UnicodeString& missingHangulSyllableType();
@@ -321,7 +323,8 @@ class QNUnicodeDatabase {
   // ---- Names list and name lookup (names/) ---------------------------------------------------
   bool readNamesList();
   std::shared_ptr<const QNUnicodeNamesListEntries> namesList();
-  std::shared_ptr<const QNUnicodeNamesList_CharEntry> namesListCharEntryForCodepoint(uint32_t codepoint);
+  std::shared_ptr<const QNUnicodeNamesList_CharEntry> namesListCharEntryForCodepoint(
+      uint32_t codepoint);
   std::shared_ptr<const QNUnicodeNameLookup> nameLookup();
   std::shared_ptr<const QNUnicodeNameLookup> nameLookupWithoutUnihan();
   std::shared_ptr<const std::vector<UnicodeString>> sortedNameLookupKeys();

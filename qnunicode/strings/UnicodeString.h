@@ -26,6 +26,8 @@ UnicodeString fromUTF8(std::string_view text);
 UnicodeString decodeLatin1(std::string_view bytes);
 
 // ASCII with bytes above 0x7F kept as their Latin-1 characters.
-inline UnicodeString decodeASCIILossy(std::string_view bytes) { return decodeLatin1(bytes); }
+inline UnicodeString decodeASCIILossy(std::string_view bytes) {
+  return decodeLatin1(bytes);
+}
 
 }  // namespace qnunicode

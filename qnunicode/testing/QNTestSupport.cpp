@@ -23,7 +23,9 @@ std::string checkedDirectory(const char* path, const char* what) {
 
 }  // namespace
 
-std::string ucdDirectory() { return checkedDirectory(QNUNICODE_TEST_UCD_DIR, "The UCD data directory"); }
+std::string ucdDirectory() {
+  return checkedDirectory(QNUNICODE_TEST_UCD_DIR, "The UCD data directory");
+}
 
 std::string ucdFile(std::string_view name) {
   const std::string path = ucdDirectory() + "/" + std::string(name);
@@ -34,7 +36,9 @@ std::string ucdFile(std::string_view name) {
   return path;
 }
 
-std::string sourceDirectory() { return QNUNICODE_TEST_SOURCE_DIR; }
+std::string sourceDirectory() {
+  return QNUNICODE_TEST_SOURCE_DIR;
+}
 
 std::string perlUnicoreDirectory() {
   return checkedDirectory(QNUNICODE_TEST_PERL_UNICORE_DIR, "Debian perl's unicore folder");
@@ -55,7 +59,9 @@ LogCapture::LogCapture() {
   _previous = QNSetLogSink([this](std::string_view line) { _lines.emplace_back(line); });
 }
 
-LogCapture::~LogCapture() { QNSetLogSink(std::move(_previous)); }
+LogCapture::~LogCapture() {
+  QNSetLogSink(std::move(_previous));
+}
 
 bool LogCapture::contains(std::string_view line) const {
   for (const std::string& l : _lines) {

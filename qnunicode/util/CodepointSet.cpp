@@ -12,9 +12,9 @@ void RangeSet::addRange(uint32_t first, uint32_t last) {
     return;
   }
   // The first range that ends at or after first - 1 (it may touch or overlap the new one).
-  auto begin = std::lower_bound(_ranges.begin(), _ranges.end(), first, [](const Range& r, uint32_t v) {
-    return static_cast<uint64_t>(r.last) + 1 < v;
-  });
+  auto begin = std::lower_bound(
+      _ranges.begin(), _ranges.end(), first,
+      [](const Range& r, uint32_t v) { return static_cast<uint64_t>(r.last) + 1 < v; });
   auto end = begin;
   uint32_t mergedFirst = first, mergedLast = last;
   while (end != _ranges.end() && end->first <= static_cast<uint64_t>(last) + 1) {

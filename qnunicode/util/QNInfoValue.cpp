@@ -66,7 +66,8 @@ std::optional<QNInfoValue> fromPlist(plist_t node) {
           std::free(key);
           break;
         }
-        if (auto value = fromPlist(item)) map[qnunicode::fromUTF8(key ? key : "")] = std::move(*value);
+        if (auto value = fromPlist(item))
+          map[qnunicode::fromUTF8(key ? key : "")] = std::move(*value);
         std::free(key);
       }
       std::free(iterator);

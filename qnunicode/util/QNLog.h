@@ -24,5 +24,7 @@ void QNLogFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 namespace qnunicode {
 // The UTF-8 form of a string for a "%s" placeholder standing for a "%@" of the original texts.
-inline std::string logText(std::u16string_view text) { return toUTF8(text); }
+inline std::string logText(std::u16string_view text) {
+  return toUTF8(text);
+}
 }  // namespace qnunicode

@@ -13,7 +13,9 @@ int hexDigitValue(char16_t u) {
   return -1;
 }
 
-char16_t asciiLower(char16_t u) { return (u >= u'A' && u <= u'Z') ? u + 32 : u; }
+char16_t asciiLower(char16_t u) {
+  return (u >= u'A' && u <= u'Z') ? u + 32 : u;
+}
 
 }  // namespace
 
@@ -44,7 +46,9 @@ size_t QNScanner::skipped(size_t from) const {
   return from;
 }
 
-bool QNScanner::isAtEnd() const { return skipped(_location) >= _text.size(); }
+bool QNScanner::isAtEnd() const {
+  return skipped(_location) >= _text.size();
+}
 
 bool QNScanner::scanHexInt(uint32_t* value) {
   size_t position = skipped(_location);

@@ -13,8 +13,8 @@ namespace qnunicode {
 // U+0085, U+2028 and U+2029.
 constexpr bool isWhitespaceOrNewline(char16_t u) {
   return u == 0x20 || (u >= 0x09 && u <= 0x0D) || u == 0x85 || u == 0xA0 || u == 0x1680 ||
-         (u >= 0x2000 && u <= 0x200A) || u == 0x2028 || u == 0x2029 || u == 0x202F ||
-         u == 0x205F || u == 0x3000;
+         (u >= 0x2000 && u <= 0x200A) || u == 0x2028 || u == 0x2029 || u == 0x202F || u == 0x205F ||
+         u == 0x3000;
 }
 
 // Splits at every occurrence of the separator; n separators give n + 1 pieces, empty ones kept.
@@ -27,9 +27,9 @@ std::vector<std::u16string_view> splitAt(std::u16string_view text, char16_t sepa
 class QNScanner {
  public:
   enum class Skip {
-    Nothing,                 // every character is significant
-    WhitespaceAndNewlines,   // isWhitespaceOrNewline
-    SpacesAndTabs,           // U+0020 and U+0009 only
+    Nothing,                // every character is significant
+    WhitespaceAndNewlines,  // isWhitespaceOrNewline
+    SpacesAndTabs,          // U+0020 and U+0009 only
   };
 
   explicit QNScanner(std::u16string_view text, Skip skip = Skip::WhitespaceAndNewlines)
@@ -40,7 +40,9 @@ class QNScanner {
   void setCaseSensitive(bool caseSensitive) { _caseSensitive = caseSensitive; }
 
   size_t scanLocation() const { return _location; }
-  void setScanLocation(size_t location) { _location = location < _text.size() ? location : _text.size(); }
+  void setScanLocation(size_t location) {
+    _location = location < _text.size() ? location : _text.size();
+  }
   // True when only skipped characters remain.
   bool isAtEnd() const;
   std::u16string_view text() const { return _text; }
