@@ -1,11 +1,6 @@
 // Data-file versions and integrity: which Unicode versions each data file can belong to, from its
 // name, its header lines and the host's known digests, and whether one version is common to all.
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -15,49 +10,11 @@
 #include "qnunicode/util/QNDigest.h"
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNMappedFile.h"
 
 namespace {
 
-// A whole regular file mapped read-only; an empty file maps to empty bytes.
-class MappedFile {
- public:
-  explicit MappedFile(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return;
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-      const auto size = static_cast<size_t>(status.st_size);
-      if (size == 0) {
-        _isMapped = true;
-      } else {
-        void* address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
-        if (address != MAP_FAILED) {
-          _address = address;
-          _size = size;
-          _isMapped = true;
-        }
-      }
-    }
-    close(descriptor);
-  }
-  ~MappedFile() {
-    if (_address) munmap(_address, _size);
-  }
-  MappedFile(const MappedFile&) = delete;
-  MappedFile& operator=(const MappedFile&) = delete;
-
-  bool isMapped() const { return _isMapped; }
-  std::string_view bytes() const {
-    return _address ? std::string_view(static_cast<const char*>(_address), _size)
-                    : std::string_view();
-  }
-
- private:
-  void* _address = nullptr;
-  size_t _size = 0;
-  bool _isMapped = false;
-};
+using qnunicode::detail::MappedFile;
 
 // Version lines are looked for only this far into a file.
 constexpr size_t headerSpanLength = 1024;
@@ -323,25 +280,6 @@ std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::mergedVersionDictionaryF
 // ---- The integrity check ----------------------------------------------------------------------
 
 void QNUnicodeDatabase::checkDataFileVersionIntegrity() {
-  static constexpr std::array<std::u16string_view, 16> checkedPrefixes = {
-      QNUnicodeFilePrefixArabicShaping,
-      QNUnicodeFilePrefixBlocks,
-      QNUnicodeFilePrefixCaseFolding,
-      QNUnicodeFilePrefixCompositionExclusions,
-      QNUnicodeFilePrefixDerivedAge,
-      QNUnicodeFilePrefixDerivedCoreProperties,
-      QNUnicodeFilePrefixHangulSyllableType,
-      QNUnicodeFilePrefixIndex,
-      QNUnicodeFilePrefixJamo,
-      QNUnicodeFilePrefixLineBreak,
-      QNUnicodeFilePrefixPropertyValueAliases,
-      QNUnicodeFilePrefixPropList,
-      QNUnicodeFilePrefixScripts,
-      QNUnicodeFilePrefixSpecialCasing,
-      QNUnicodeFilePrefixNamesList,
-      QNUnicodeFilePrefixUnicodeData,
-  };
-
   std::vector<QNUnicodeDataFileInfo> infos;
   infos.reserve(10);
   std::set<UnicodeString> common;
@@ -365,7 +303,7 @@ void QNUnicodeDatabase::checkDataFileVersionIntegrity() {
     consistent = !common.empty();
   };
 
-  for (const std::u16string_view prefix : checkedPrefixes) {
+  for (const std::u16string_view prefix : QNUnicodeVersionCheckedFilePrefixes) {
     const std::optional<std::string> path = filenameWithPrefix(prefix);
     std::vector<UnicodeString> versions;
     if (prefix == QNUnicodeFilePrefixUnicodeData) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -57,6 +58,27 @@ inline constexpr std::u16string_view QNUnicodeFilePrefixUnicodeData = u"UnicodeD
 // The prefix of the description file of the decomposition tags, in the description directories.
 inline constexpr std::u16string_view QNUnicodeDescriptionPrefixCompatMappingCategories =
     u"CompatMappingCategories";
+
+// Every data file whose version the integrity check settles, in the order it checks them (the
+// Unihan files follow when there are any).
+inline constexpr std::array<std::u16string_view, 16> QNUnicodeVersionCheckedFilePrefixes = {
+    QNUnicodeFilePrefixArabicShaping,
+    QNUnicodeFilePrefixBlocks,
+    QNUnicodeFilePrefixCaseFolding,
+    QNUnicodeFilePrefixCompositionExclusions,
+    QNUnicodeFilePrefixDerivedAge,
+    QNUnicodeFilePrefixDerivedCoreProperties,
+    QNUnicodeFilePrefixHangulSyllableType,
+    QNUnicodeFilePrefixIndex,
+    QNUnicodeFilePrefixJamo,
+    QNUnicodeFilePrefixLineBreak,
+    QNUnicodeFilePrefixPropertyValueAliases,
+    QNUnicodeFilePrefixPropList,
+    QNUnicodeFilePrefixScripts,
+    QNUnicodeFilePrefixSpecialCasing,
+    QNUnicodeFilePrefixNamesList,
+    QNUnicodeFilePrefixUnicodeData,
+};
 
 // Keys of a data-file info dictionary.
 inline constexpr std::u16string_view QNUnicodeFilePrefixKey = u"prefix";

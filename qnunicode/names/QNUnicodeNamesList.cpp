@@ -1,16 +1,13 @@
 #include "qnunicode/names/QNUnicodeNamesList.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNMappedFile.h"
 
 using qnunicode::QNScanner;
+using qnunicode::detail::MappedFile;
 
 namespace {
 
@@ -22,46 +19,6 @@ constexpr const char* sourceFileName() {
   }
   return name;
 }
-
-// A whole file mapped read-only into memory; empty (and valid) for a file of no bytes.
-class MappedFile {
- public:
-  explicit MappedFile(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    struct stat status;
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-      if (status.st_size == 0) {
-        _valid = true;
-      } else {
-        void* address = ::mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_PRIVATE,
-                               descriptor, 0);
-        if (address != MAP_FAILED) {
-          _address = address;
-          _size = static_cast<size_t>(status.st_size);
-          _valid = true;
-        }
-      }
-    }
-    ::close(descriptor);
-  }
-  ~MappedFile() {
-    if (_address) ::munmap(_address, _size);
-  }
-  MappedFile(const MappedFile&) = delete;
-  MappedFile& operator=(const MappedFile&) = delete;
-
-  bool isValid() const { return _valid; }
-  std::string_view bytes() const {
-    return _address ? std::string_view(static_cast<const char*>(_address), _size)
-                    : std::string_view();
-  }
-
- private:
-  void* _address = nullptr;
-  size_t _size = 0;
-  bool _valid = false;
-};
 
 bool containsIgnoringASCIICase(std::u16string_view text, std::u16string_view needle) {
   const auto lower = [](char16_t u) -> char16_t { return (u >= u'A' && u <= u'Z') ? u + 32 : u; };
@@ -134,7 +91,7 @@ std::shared_ptr<QNUnicodeNamesListEntries> QNUnicodeNamesList_CharEntry::readNam
     const std::optional<std::string>& path) {
   std::optional<MappedFile> file;
   if (path) file.emplace(*path);
-  if (!file || !file->isValid()) {
+  if (!file || !file->isMapped()) {
     QNLogFormat("%s:%u could not open path '%s'", sourceFileName(), __LINE__,
                 path ? path->c_str() : "<nil>");
     return nullptr;

@@ -1,31 +1,9 @@
-#include <array>
-
 #include "QNUCommands.h"
 #include "QNUOutput.h"
 
 namespace qnu {
 
 namespace {
-
-// Every data file the library reads, in the order of its version check, and the Unihan files.
-constexpr std::array<std::u16string_view, 17> kDataFilePrefixes = {
-    QNUnicodeFilePrefixArabicShaping,
-    QNUnicodeFilePrefixBlocks,
-    QNUnicodeFilePrefixCaseFolding,
-    QNUnicodeFilePrefixCompositionExclusions,
-    QNUnicodeFilePrefixDerivedAge,
-    QNUnicodeFilePrefixDerivedCoreProperties,
-    QNUnicodeFilePrefixHangulSyllableType,
-    QNUnicodeFilePrefixIndex,
-    QNUnicodeFilePrefixJamo,
-    QNUnicodeFilePrefixLineBreak,
-    QNUnicodeFilePrefixPropertyValueAliases,
-    QNUnicodeFilePrefixPropList,
-    QNUnicodeFilePrefixScripts,
-    QNUnicodeFilePrefixSpecialCasing,
-    QNUnicodeFilePrefixNamesList,
-    QNUnicodeFilePrefixUnicodeData,
-    QNUnicodeFilePrefixUnihan};
 
 std::string joinedText(const std::vector<UnicodeString>& texts, const char* separator) {
   std::string joined;
@@ -56,8 +34,12 @@ int runData(Host& host) {
   const std::optional<UnicodeString> version = database.unicodeDataVersion();
   const bool consistent = database.isConsistent();
   std::vector<UnicodeString> missing;
-  for (std::u16string_view prefix : kDataFilePrefixes) {
+  // Every data file the library reads, in the order of its version check, then the Unihan files.
+  for (std::u16string_view prefix : QNUnicodeVersionCheckedFilePrefixes) {
     if (database.filenamesWithPrefix(prefix).empty()) missing.emplace_back(prefix);
+  }
+  if (database.filenamesWithPrefix(QNUnicodeFilePrefixUnihan).empty()) {
+    missing.emplace_back(QNUnicodeFilePrefixUnihan);
   }
 
   if (host.json()) {
