@@ -359,6 +359,8 @@ class QNUnicodeDatabase {
  private:
   // Adds the Unihan definitions to _nameLookup (unihan/).
   void createUnihanNameLookup();
+  // Creates whichever name maps do not exist yet.
+  void createNameLookupMaps();
   // True when _nameLookup maps the upper-cased key to this codepoint: such a key only repeats
   // a name already there in other letter case and is not stored.
   bool nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint);

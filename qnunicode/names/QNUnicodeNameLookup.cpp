@@ -196,14 +196,7 @@ void QNUnicodeDatabase::readIndex() {
   const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
   _indexNames = std::make_shared<QNUnicodeIndexNames>();
   _indexNames->reserve(lines.size());
-  if (!_nameLookup) {
-    _nameLookup = std::make_shared<QNUnicodeNameLookup>();
-    _nameLookup->reserve(kNameLookupCapacity);
-  }
-  if (!_nameLookupWithoutUnihan && _isUnihanAvailable) {
-    _nameLookupWithoutUnihan = std::make_shared<QNUnicodeNameLookup>();
-    _nameLookupWithoutUnihan->reserve(kNameLookupCapacity);
-  }
+  createNameLookupMaps();
   if (_nameLookupContainsIndex) QNLog("WARNING: _nameLookupContainsIndex == YES in -readIndex");
 
   for (std::u16string_view line : lines) {
@@ -236,8 +229,8 @@ std::shared_ptr<const QNUnicodeIndexNames> QNUnicodeDatabase::indexNames() {
 
 // ---- The lookup -------------------------------------------------------------------------------
 
-void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
-  if (!_isDatabaseRead && !readDatabase()) return;
+// The full map always; the map without Unihan names only where there are Unihan files.
+void QNUnicodeDatabase::createNameLookupMaps() {
   if (!_nameLookup) {
     _nameLookup = std::make_shared<QNUnicodeNameLookup>();
     _nameLookup->reserve(kNameLookupCapacity);
@@ -246,6 +239,11 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
     _nameLookupWithoutUnihan = std::make_shared<QNUnicodeNameLookup>();
     _nameLookupWithoutUnihan->reserve(kNameLookupCapacity);
   }
+}
+
+void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
+  if (!_isDatabaseRead && !readDatabase()) return;
+  createNameLookupMaps();
 
   if (!_nameLookupContainsDatabase) {
     // Every record read from the file; the members of First/Last ranges add nothing.

@@ -280,18 +280,7 @@ TEST(NormalizationInput, SurrogatesUnassignedCodepointsAndLongRunsOfMarks) {
   EXPECT_LT(steady_clock::now() - started, std::chrono::seconds(5)) << "quadratic on long runs";
 }
 
-// A database over a scratch directory with the given files, recording missing ones.
-struct ScratchDatabase {
-  qnunicode::testing::ScratchDirectory directory;
-  std::shared_ptr<qnunicode::testing::RecordingDelegate> delegate =
-      std::make_shared<qnunicode::testing::RecordingDelegate>();
-  QNUnicodeDatabase database{{directory.path()}, {}};
-
-  explicit ScratchDatabase(std::initializer_list<std::pair<const char*, const char*>> files) {
-    for (const auto& [name, content] : files) directory.write(name, content);
-    database.setDelegate(delegate);
-  }
-};
+using qnunicode::testing::ScratchDatabase;
 
 TEST(NormalizationData, NoExclusionsNoRecordsAndMalformedRecords) {
   const char* records =

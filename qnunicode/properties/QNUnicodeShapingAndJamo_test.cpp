@@ -9,18 +9,7 @@ namespace {
 
 using Shaping = QNUnicodeArabicShaping;
 
-// A database over a scratch directory with the given files, recording missing ones.
-struct ScratchDatabase {
-  qnunicode::testing::ScratchDirectory directory;
-  std::shared_ptr<qnunicode::testing::RecordingDelegate> delegate =
-      std::make_shared<qnunicode::testing::RecordingDelegate>();
-  QNUnicodeDatabase database{{directory.path()}, {}};
-
-  explicit ScratchDatabase(std::initializer_list<std::pair<const char*, const char*>> files) {
-    for (const auto& [name, content] : files) directory.write(name, content);
-    database.setDelegate(delegate);
-  }
-};
+using qnunicode::testing::ScratchDatabase;
 
 TEST(ArabicShapingLine, FourTrimmedPiecesOnlyTheFirstPiecesNumberAndCommentsInTheGroup) {
   // Only a "#" in the first column makes a comment line.

@@ -109,4 +109,9 @@ bool RecordingDelegate::unicodeDatabase(QNUnicodeDatabase&, std::u16string_view 
   return true;
 }
 
+ScratchDatabase::ScratchDatabase(std::initializer_list<std::pair<const char*, const char*>> files) {
+  for (const auto& [name, content] : files) directory.write(name, content);
+  database.setDelegate(delegate);
+}
+
 }  // namespace qnunicode::testing

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
@@ -65,6 +67,16 @@ class RecordingDelegate : public QNUnicodeDatabaseDelegate {
  public:
   bool unicodeDatabase(QNUnicodeDatabase& database, std::u16string_view couldNotFindFile) override;
   std::vector<UnicodeString> prefixes;
+};
+
+// A database over a fresh scratch directory holding the given files (name, content), with a
+// delegate that records every missing-file notice.
+struct ScratchDatabase {
+  explicit ScratchDatabase(std::initializer_list<std::pair<const char*, const char*>> files);
+
+  ScratchDirectory directory;
+  std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+  QNUnicodeDatabase database{{directory.path()}, {}};
 };
 
 }  // namespace qnunicode::testing
