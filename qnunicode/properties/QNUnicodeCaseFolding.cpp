@@ -259,12 +259,9 @@ std::shared_ptr<const QNUnicodeCaseFoldingTable> QNUnicodeDatabase::caseFolding(
 void QNUnicodeDatabase::readCaseFolding() {
   auto table = std::make_shared<QNUnicodeCaseFoldingTable>();
   _caseFolding = table;
-  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixCaseFolding);
-  std::optional<UnicodeString> text;
-  if (path) text = QNUnicode::stringWithContentsOfUTF8File(*path);
+  const std::optional<UnicodeString> text = dataFileTextWithPrefix(QNUnicodeFilePrefixCaseFolding);
   if (!text) {
     // The empty table stays: the file is not looked for again.
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCaseFolding);
     table->prepareLookups();
     return;
   }

@@ -12,21 +12,6 @@
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 
-namespace {
-
-// The whole text of the data file with this prefix, or none (after the missing-file
-// notification) when there is no such file or it cannot be read as UTF-8.
-std::optional<UnicodeString> dataFileText(QNUnicodeDatabase& database, std::u16string_view prefix) {
-  std::optional<UnicodeString> text;
-  if (const std::optional<std::string> path = database.filenameWithPrefix(prefix)) {
-    text = QNUnicode::stringWithContentsOfUTF8File(*path);
-  }
-  if (!text) database.notifyDelegateOfMissingFile(prefix);
-  return text;
-}
-
-}  // namespace
-
 // ---- Jamo ----------------------------------------------------------------------------------
 
 std::shared_ptr<const QNUnicodeJamoShortNames> QNUnicodeDatabase::jamoShortNames() {
@@ -36,7 +21,7 @@ std::shared_ptr<const QNUnicodeJamoShortNames> QNUnicodeDatabase::jamoShortNames
 
 void QNUnicodeDatabase::readJamoShortNames() {
   _jamoShortNames = std::make_shared<QNUnicodeJamoShortNames>();
-  const std::optional<UnicodeString> text = dataFileText(*this, QNUnicodeFilePrefixJamo);
+  const std::optional<UnicodeString> text = dataFileTextWithPrefix(QNUnicodeFilePrefixJamo);
   if (!text) return;
   for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
     if (!line.empty() && line.front() == u'#') continue;
@@ -69,7 +54,7 @@ void QNUnicodeDatabase::readCompositionExclusions() {
   _compositionExclusions = std::make_shared<std::vector<uint32_t>>();
   _compositionExclusions->reserve(200);
   const std::optional<UnicodeString> text =
-      dataFileText(*this, QNUnicodeFilePrefixCompositionExclusions);
+      dataFileTextWithPrefix(QNUnicodeFilePrefixCompositionExclusions);
   if (!text) return;
   for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
     qnunicode::QNScanner scanner(line);
@@ -88,7 +73,8 @@ std::shared_ptr<const QNUnicodeArabicShapings> QNUnicodeDatabase::arabicShapings
 
 void QNUnicodeDatabase::readArabicShapings() {
   _arabicShapings = std::make_shared<QNUnicodeArabicShapings>();
-  const std::optional<UnicodeString> text = dataFileText(*this, QNUnicodeFilePrefixArabicShaping);
+  const std::optional<UnicodeString> text =
+      dataFileTextWithPrefix(QNUnicodeFilePrefixArabicShaping);
   if (!text) return;
   for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
     std::shared_ptr<const QNUnicodeArabicShaping> record =

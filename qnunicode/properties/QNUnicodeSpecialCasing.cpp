@@ -89,12 +89,10 @@ void QNUnicodeDatabase::readSpecialCasings() {
   auto table = std::make_shared<QNUnicodeSpecialCasings>();
   table->reserve(100);
   _specialCasings = table;
-  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixSpecialCasing);
-  std::optional<UnicodeString> text;
-  if (path) text = QNUnicode::stringWithContentsOfUTF8File(*path);
+  const std::optional<UnicodeString> text =
+      dataFileTextWithPrefix(QNUnicodeFilePrefixSpecialCasing);
   if (!text) {
     // The empty table stays: the file is not looked for again.
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixSpecialCasing);
     return;
   }
   for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
