@@ -186,6 +186,9 @@ class QNUnicodeDatabase {
   }
   // Every record of the file in file order, each range's members between its First and Last.
   const std::vector<const QNUnicodeData*>& allUnicodeData();
+  // The records read from the file, in file order, without the members of its ranges (reading
+  // first if needed).
+  const std::vector<const QNUnicodeConcreteData*>& unicodeDataFileRecords();
   // 0 before the first read.
   uint32_t unicodeDataLineCount() const { return _unicodeDataLineCount; }
   const QNUnicodeMappingDictionary& mappingDictionary();
@@ -374,6 +377,7 @@ class QNUnicodeDatabase {
  private:
   // UnicodeData (database/QNUnicodeDatabaseLoading.cpp).
   std::vector<const QNUnicodeData*> _allUnicodeData;
+  std::vector<const QNUnicodeConcreteData*> _unicodeDataFileRecords;
   struct IndexDeleter {
     void operator()(const QNUnicodeData** index) const;
   };

@@ -245,6 +245,7 @@ bool QNUnicodeDatabase::readDatabase() {
   if (!_databaseIndex) {
     _allUnicodeData = std::vector<const QNUnicodeData*>();
     _allUnicodeData.reserve(250000);
+    _unicodeDataFileRecords.reserve(40000);
     const QNUnicodeData** slots = allocateIndex();
     if (!slots) {
       QNLogFormat("Couldn't allocate %lu bytes for _databaseIndex",
@@ -308,6 +309,7 @@ bool QNUnicodeDatabase::readDatabase() {
     }
 
     _allUnicodeData.push_back(&record);
+    _unicodeDataFileRecords.push_back(&record);
     // Neighbouring lines mostly share their categories: the sets are asked only on a change.
     UnicodeString bidirectionalCategory = record.bidirectionalCategory();
     if (bidirectionalCategory != lastBidirectionalCategory) {
@@ -374,6 +376,11 @@ std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepoint(
 const std::vector<const QNUnicodeData*>& QNUnicodeDatabase::allUnicodeData() {
   if (!_isDatabaseRead) readDatabase();
   return _allUnicodeData;
+}
+
+const std::vector<const QNUnicodeConcreteData*>& QNUnicodeDatabase::unicodeDataFileRecords() {
+  if (!_isDatabaseRead) readDatabase();
+  return _unicodeDataFileRecords;
 }
 
 const QNUnicodeMappingDictionary& QNUnicodeDatabase::mappingDictionary() {

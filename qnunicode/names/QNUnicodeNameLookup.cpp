@@ -5,11 +5,10 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <typeinfo>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/records/QNUnicodeConcreteData.h"
 #include "qnunicode/records/QNUnicodeData.h"
-#include "qnunicode/records/QNUnicodePointerData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
@@ -247,8 +246,7 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
 
   if (!_nameLookupContainsDatabase) {
     // Every record read from the file; the members of First/Last ranges add nothing.
-    for (const QNUnicodeData* record : _allUnicodeData) {
-      if (typeid(*record) == typeid(QNUnicodePointerData)) continue;
+    for (const QNUnicodeConcreteData* record : _unicodeDataFileRecords) {
       const uint32_t codepoint = record->codepoint();
       const UnicodeString unicode1Name = record->unicode1Name();
       if (!unicode1Name.empty()) {
