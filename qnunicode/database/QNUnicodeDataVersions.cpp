@@ -222,11 +222,17 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::s
 
 std::vector<UnicodeString> QNUnicodeDatabase::versionsFromUnicodeFileData(
     std::string_view data, const QNInfoValue* md5Array) {
+  return versionsFromUnicodeFileDigest([data] { return QNAdditions::md5HexString(data); },
+                                       md5Array);
+}
+
+std::vector<UnicodeString> QNUnicodeDatabase::versionsFromUnicodeFileDigest(
+    const std::function<UnicodeString()>& digestOfData, const QNInfoValue* md5Array) {
   std::optional<UnicodeString> digest;
   return versionsFromDigestList(md5Array,
                                 "Error in MD5 array: object 0 of subarray not of class NSString",
                                 false, [&](const QNInfoValue& key) {
-                                  if (!digest) digest = QNAdditions::md5HexString(data);
+                                  if (!digest) digest = digestOfData();
                                   return *key.string() == *digest;
                                 });
 }

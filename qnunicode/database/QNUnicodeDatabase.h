@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -30,6 +31,7 @@ class QNUnicodeBlockTable;
 class QNUnicodeCaseFoldingTable;
 namespace qnunicode::detail {
 class OnDemandRecords;
+class DefaultBidirectionalCodes;
 class NormalizationTables;
 class IntervalIndex;
 }  // namespace qnunicode::detail
@@ -186,6 +188,11 @@ class QNUnicodeDatabase {
   }
   // Every record of the file in file order, each range's members between its First and Last.
   const std::vector<const QNUnicodeData*>& allUnicodeData();
+  // Every record of allUnicodeData in its order, as (codepoint, record), without making the
+  // members of ranges not made yet: such a member comes as its codepoint with its First record,
+  // which answers every property but the name for it.
+  void visitUnicodeDataInFileOrder(
+      const std::function<void(uint32_t codepoint, const QNUnicodeData& record)>& visit);
   // The records read from the file, in file order, without the members of its ranges (reading
   // first if needed).
   const std::vector<const QNUnicodeConcreteData*>& unicodeDataFileRecords();
@@ -217,6 +224,10 @@ class QNUnicodeDatabase {
                                                           const QNInfoValue* md5Array);
   static std::vector<UnicodeString> versionsFromUnicodeFileData(std::string_view data,
                                                                 const QNInfoValue* md5Array);
+  // The same with the data's digest worked out elsewhere: digestOfData is called at most once,
+  // when the list has a pair to compare.
+  static std::vector<UnicodeString> versionsFromUnicodeFileDigest(
+      const std::function<UnicodeString()>& digestOfData, const QNInfoValue* md5Array);
   static std::vector<UnicodeString> versionsOfUnihanFile(const std::string& path,
                                                          const QNInfoValue* md5Array);
   static std::optional<QNUnicodeDataFileInfo> versionDictionaryForFilename(
@@ -433,6 +444,11 @@ class QNUnicodeDatabase {
   std::shared_ptr<RecordStorage> _recordStorage;
   // Records made on demand for codepoints the file does not list.
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  // The default bidirectional categories of unlisted codepoints (records/QNUnicodeDefaultData.cpp).
+  friend class QNUnicodeDefaultData;
+  qnunicode::detail::DefaultBidirectionalCodes& defaultBidirectionalCodes();
+  std::once_flag _defaultBidirectionalCodesMade;
+  std::shared_ptr<qnunicode::detail::DefaultBidirectionalCodes> _defaultBidirectionalCodes;
   // Derived lookup tables of the normalization forms, built on first use.
   std::shared_ptr<qnunicode::detail::NormalizationTables> _normalizationTables;
   // The tables the forms work with (reading UnicodeData first if needed; the record-less tables

@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <future>
 #include <new>
 #include <string_view>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/database/QNUnicodeRecordStorage.h"
 #include "qnunicode/records/QNUnicodeDefaultData.h"
+#include "qnunicode/util/QNDigest.h"
 #include "qnunicode/util/QNLog.h"
 
 namespace {
@@ -124,10 +126,15 @@ thread_local ThreadPage threadPage;
 
 }  // namespace
 
-OnDemandRecords::OnDemandRecords(const QNUnicodeData* const* index, std::vector<Range> ranges)
+OnDemandRecords::OnDemandRecords(const QNUnicodeData** index, std::vector<Range> ranges,
+                                 std::vector<LazyRange> lazyRanges,
+                                 RecordChunks<QNUnicodePointerData, 4096>& members)
     : _serial(nextSerial.fetch_add(1, std::memory_order_relaxed)),
       _index(index),
       _ranges(std::move(ranges)),
+      _lazyRanges(std::move(lazyRanges)),
+      _members(members),
+      _recordListComplete(_lazyRanges.empty()),
       _pages(std::make_unique<std::weak_ptr<Page>[]>(kPageCount)) {}
 
 // Threads' last pages may outlive the cache: they hold plain default records, which refer to
@@ -168,6 +175,52 @@ const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::pageForCodepoint(
   return last.page;
 }
 
+const OnDemandRecords::LazyRange* OnDemandRecords::lazyRangeHolding(uint32_t codepoint) const {
+  // The interiors are disjoint and ascending.
+  const auto after =
+      std::upper_bound(_lazyRanges.begin(), _lazyRanges.end(), codepoint,
+                       [](uint32_t c, const LazyRange& range) { return c < range.interiorFirst; });
+  if (after == _lazyRanges.begin()) return nullptr;
+  const LazyRange& range = *std::prev(after);
+  return codepoint < range.interiorEnd ? &range : nullptr;
+}
+
+const QNUnicodeData* OnDemandRecords::lazyMember(const LazyRange& range, uint32_t codepoint) {
+  std::atomic_ref<const QNUnicodeData*> slot(_index[codepoint]);
+  if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) return record;
+  const QNUnicodePointerData& made = _members.emplace_back(codepoint, unowned(range.first));
+  slot.store(&made, std::memory_order_release);
+  return &made;
+}
+
+void OnDemandRecords::completeRecordList(std::vector<const QNUnicodeData*>& list) {
+  if (_recordListComplete.load(std::memory_order_acquire)) return;
+  std::lock_guard lock(_mutex);
+  if (_recordListComplete.load(std::memory_order_relaxed)) return;
+  std::vector<const QNUnicodeData*> complete;
+  size_t memberCount = 0;
+  for (const LazyRange& range : _lazyRanges) memberCount += range.interiorEnd - range.interiorFirst;
+  complete.reserve(list.size() + memberCount);
+  size_t position = 0;
+  for (const LazyRange& range : _lazyRanges) {
+    complete.insert(complete.end(), list.begin() + static_cast<ptrdiff_t>(position),
+                    list.begin() + static_cast<ptrdiff_t>(range.listPosition));
+    position = range.listPosition;
+    for (uint32_t codepoint = range.interiorFirst; codepoint < range.interiorEnd; ++codepoint) {
+      const QNUnicodeData* member = lazyMember(range, codepoint);
+      // A later line of the file took the slot: its member was still made, and listed here.
+      const auto* pointer = dynamic_cast<const QNUnicodePointerData*>(member);
+      if (!pointer || pointer->referenceData().get() != range.first) {
+        member = &_members.emplace_back(codepoint, unowned(range.first));
+      }
+      complete.push_back(member);
+    }
+  }
+  complete.insert(complete.end(), list.begin() + static_cast<ptrdiff_t>(position), list.end());
+  list = std::move(complete);
+  _recordListComplete.store(true, std::memory_order_release);
+}
+
 std::shared_ptr<const QNUnicodeData> OnDemandRecords::rangeMemberForCodepoint(uint32_t codepoint) {
   for (const Range& range : _ranges) {
     const uint64_t start = range.location;
@@ -206,6 +259,10 @@ std::shared_ptr<const QNUnicodeData> OnDemandRecords::recordForUnlistedCodepoint
   }
   const std::shared_ptr<Page>& page = pageForCodepoint(codepoint);
   if (page->meetsRange) {
+    if (const LazyRange* range = lazyRangeHolding(codepoint)) {
+      std::lock_guard lock(_mutex);
+      return unowned(lazyMember(*range, codepoint));
+    }
     if (std::shared_ptr<const QNUnicodeData> member = rangeMemberForCodepoint(codepoint)) {
       return member;
     }
@@ -273,10 +330,19 @@ bool QNUnicodeDatabase::readDatabase() {
   const QNUnicodeData** index = _databaseIndex.get();
   RecordStorage& storage = *_recordStorage;
   const std::string_view data = file.bytes();
+  // The digest that dates the file is worked out on a second thread while the lines are parsed.
+  std::future<UnicodeString> digest;
+  if (unicodeDataMD5Array()) {
+    digest = std::async(std::launch::async, [data] { return QNAdditions::md5HexString(data); });
+  }
   const char* cursor = data.data();
   const char* const sentinel = data.data() + data.size();
   const QNUnicodeConcreteData* pendingFirst = nullptr;
   std::optional<UnicodeString> lastGeneralCategory, lastBidirectionalCategory;
+  std::vector<qnunicode::detail::OnDemandRecords::LazyRange> lazyRanges;
+  // The highest slot written so far, plus one: a range whose interior starts there or above can
+  // be filled lazily, since nothing read before it competes for its slots.
+  uint64_t slotsWrittenBelow = 0;
 
   while (cursor < sentinel) {
     size_t consumed = 0;
@@ -294,13 +360,21 @@ bool QNUnicodeDatabase::readDatabase() {
         const uint32_t first = pendingFirst->codepoint();
         _identicalPropertyRanges.push_back({first, codepoint - first});
         // Members for every codepoint strictly between First and Last that has a slot.
-        const std::shared_ptr<const QNUnicodeData> reference = unowned(pendingFirst);
+        const uint64_t interiorFirst = uint64_t{first} + 1;
         const uint64_t end = std::min<uint64_t>(codepoint, uint64_t{kLastCodepoint} + 1);
-        for (uint64_t member = uint64_t{first} + 1; member < end; ++member) {
-          const QNUnicodePointerData& made =
-              storage.rangeMembers.emplace_back(static_cast<uint32_t>(member), reference);
-          index[member] = &made;
-          _allUnicodeData.push_back(&made);
+        if (interiorFirst < end && interiorFirst >= slotsWrittenBelow) {
+          lazyRanges.push_back({pendingFirst, static_cast<uint32_t>(interiorFirst),
+                                static_cast<uint32_t>(end), _allUnicodeData.size()});
+          slotsWrittenBelow = end;
+        } else {
+          const std::shared_ptr<const QNUnicodeData> reference = unowned(pendingFirst);
+          for (uint64_t member = interiorFirst; member < end; ++member) {
+            const QNUnicodePointerData& made =
+                storage.rangeMembers.emplace_back(static_cast<uint32_t>(member), reference);
+            index[member] = &made;
+            _allUnicodeData.push_back(&made);
+          }
+          slotsWrittenBelow = std::max(slotsWrittenBelow, end);
         }
       }
       pendingFirst = nullptr;
@@ -322,7 +396,10 @@ bool QNUnicodeDatabase::readDatabase() {
       lastGeneralCategory = std::move(generalCategory);
     }
     // A later line with the same codepoint takes the slot; both records stay in the list.
-    if (codepoint <= kLastCodepoint) index[codepoint] = &record;
+    if (codepoint <= kLastCodepoint) {
+      index[codepoint] = &record;
+      slotsWrittenBelow = std::max<uint64_t>(slotsWrittenBelow, uint64_t{codepoint} + 1);
+    }
 
     if (record.canonicalMapping()) {
       const std::optional<std::span<const uint32_t>> mapping =
@@ -341,7 +418,10 @@ bool QNUnicodeDatabase::readDatabase() {
     cursor += consumed;
   }
 
-  _unicodeDataVersions = versionsFromUnicodeFileData(data, unicodeDataMD5Array());
+  _unicodeDataVersions =
+      versionsFromUnicodeFileDigest([&digest] { return digest.get(); }, unicodeDataMD5Array());
+  // Joins the digest's thread when no pair asked for it.
+  digest = {};
   for (UnicodeString& version : versionsOfUnicodeFile(*path, QNUnicodeFilePrefixUnicodeData)) {
     if (std::find(_unicodeDataVersions.begin(), _unicodeDataVersions.end(), version) ==
         _unicodeDataVersions.end()) {
@@ -355,7 +435,8 @@ bool QNUnicodeDatabase::readDatabase() {
   for (const IdenticalPropertyRange& range : _identicalPropertyRanges) {
     ranges.push_back({range.location, range.length});
   }
-  _onDemandRecords = std::make_shared<qnunicode::detail::OnDemandRecords>(index, std::move(ranges));
+  _onDemandRecords = std::make_shared<qnunicode::detail::OnDemandRecords>(
+      index, std::move(ranges), std::move(lazyRanges), storage.rangeMembers);
 
   _isDatabaseRead = true;
   checkDataFileVersionIntegrity();
@@ -368,14 +449,23 @@ std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepoint(
     uint32_t codepoint) {
   if (!_isDatabaseRead && !readDatabase()) return nullptr;
   if (codepoint <= kLastCodepoint) {
-    if (const QNUnicodeData* record = _databaseIndex[codepoint]) return unowned(record);
+    // Slots inside lazily filled ranges are written while others may be reading.
+    const std::atomic_ref<const QNUnicodeData*> slot(_databaseIndex[codepoint]);
+    if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) return unowned(record);
   }
   return _onDemandRecords->recordForUnlistedCodepoint(codepoint);
 }
 
 const std::vector<const QNUnicodeData*>& QNUnicodeDatabase::allUnicodeData() {
-  if (!_isDatabaseRead) readDatabase();
+  if (!_isDatabaseRead && !readDatabase()) return _allUnicodeData;
+  _onDemandRecords->completeRecordList(_allUnicodeData);
   return _allUnicodeData;
+}
+
+void QNUnicodeDatabase::visitUnicodeDataInFileOrder(
+    const std::function<void(uint32_t codepoint, const QNUnicodeData& record)>& visit) {
+  if (!_isDatabaseRead && !readDatabase()) return;
+  _onDemandRecords->visitInFileOrder(_allUnicodeData, visit);
 }
 
 const std::vector<const QNUnicodeConcreteData*>& QNUnicodeDatabase::unicodeDataFileRecords() {

@@ -3,6 +3,7 @@
 // Internal to the database: where the records of UnicodeData live, and the records made on
 // demand for codepoints the file does not list.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -65,9 +66,16 @@ struct QNUnicodeDatabase::RecordStorage {
 
 namespace qnunicode::detail {
 
-// Records for codepoints whose index slot is empty. They belong to whoever holds them: the cache
-// keeps no record alive by itself, so it empties as the holders let go, and while a record is
-// held, asking again for its codepoint answers the same record.
+// Records for codepoints whose index slot is empty, and the members of the file's ranges.
+//
+// A range whose interior lies above every slot written before it is not filled at load: its
+// members are made when first asked for and belong to the database like those made at load, so
+// a lookup answers exactly what a filled slot would. Other ranges (only in files out of order)
+// are filled at load.
+//
+// Records for unlisted codepoints belong to whoever holds them: the cache keeps no record alive by
+// itself, so it empties as the holders let go, and while a record is held, asking again for its
+// codepoint answers the same record.
 //
 // Default records are made 256 at a time, one page per 256 codepoints. Each page is remembered
 // by a weak reference under a mutex, and each thread keeps the page it used last, so a walk over
@@ -78,16 +86,36 @@ class OnDemandRecords {
     uint32_t location;
     uint32_t length;  // the range's interior is location < c < location + length
   };
+  // A range whose members are made on first use: interiorFirst <= c < interiorEnd, and their
+  // place in the database's record list is before position `listPosition` of the list as read.
+  struct LazyRange {
+    const QNUnicodeConcreteData* first;
+    uint32_t interiorFirst;
+    uint32_t interiorEnd;
+    size_t listPosition;
+  };
 
-  // `index` is the database's slot array; `ranges` its identical-property ranges, in file order.
-  OnDemandRecords(const QNUnicodeData* const* index, std::vector<Range> ranges);
+  // `index` is the database's slot array; `ranges` its identical-property ranges, in file order;
+  // `lazyRanges` those of them left unfilled, in ascending order; `members` where members live.
+  OnDemandRecords(const QNUnicodeData** index, std::vector<Range> ranges,
+                  std::vector<LazyRange> lazyRanges,
+                  RecordChunks<QNUnicodePointerData, 4096>& members);
   ~OnDemandRecords();
   OnDemandRecords(const OnDemandRecords&) = delete;
   OnDemandRecords& operator=(const OnDemandRecords&) = delete;
 
-  // The record of a codepoint whose slot is empty (or above 0x10FFFF): a range member when a
-  // range other than one starting at 0 holds it first, a default record otherwise.
+  // The record of a codepoint whose slot is empty (or above 0x10FFFF): a member of a lazily
+  // filled range, a range member when a range other than one starting at 0 holds it first, a
+  // default record otherwise.
   std::shared_ptr<const QNUnicodeData> recordForUnlistedCodepoint(uint32_t codepoint);
+
+  // Inserts the members of the lazily filled ranges into `list` (the record list as read), once.
+  void completeRecordList(std::vector<const QNUnicodeData*>& list);
+  // Calls visit(codepoint, record) for the records of `list` (as read) and the members of the
+  // lazily filled ranges in file order, without making those members: a member is visited as
+  // its own codepoint with its First record, which answers every property but the name for it.
+  template <typename Visit>
+  void visitInFileOrder(const std::vector<const QNUnicodeData*>& list, Visit&& visit) const;
 
   class Page;
 
@@ -95,8 +123,11 @@ class OnDemandRecords {
   // Unique for the life of the process, so that a thread's last page is never taken for a page
   // of a later database at the same address.
   const uint64_t _serial;
-  const QNUnicodeData* const* _index;
+  const QNUnicodeData** const _index;
   const std::vector<Range> _ranges;
+  const std::vector<LazyRange> _lazyRanges;
+  RecordChunks<QNUnicodePointerData, 4096>& _members;
+  std::atomic<bool> _recordListComplete{false};
 
   std::mutex _mutex;
   // One weak reference per page of 256 codepoints.
@@ -105,10 +136,33 @@ class OnDemandRecords {
   std::unordered_map<uint32_t, std::weak_ptr<const QNUnicodeData>> _rangeMembers;
   size_t _rangeMembersAfterSweep = 0;
 
+  // The lazily filled range whose interior holds the codepoint, if any.
+  const LazyRange* lazyRangeHolding(uint32_t codepoint) const;
+  // The member of a lazily filled range in slot `codepoint`, made now when the slot is empty;
+  // the caller holds _mutex.
+  const QNUnicodeData* lazyMember(const LazyRange& range, uint32_t codepoint);
   std::shared_ptr<const QNUnicodeData> rangeMemberForCodepoint(uint32_t codepoint);
   // The page of the codepoint, held by the calling thread's last-page reference.
   const std::shared_ptr<Page>& pageForCodepoint(uint32_t codepoint);
   bool rangeInteriorMeets(uint64_t first, uint64_t last) const;
 };
+
+template <typename Visit>
+void OnDemandRecords::visitInFileOrder(const std::vector<const QNUnicodeData*>& list,
+                                       Visit&& visit) const {
+  size_t position = 0;
+  auto visitListUpTo = [&](size_t end) {
+    for (; position < end; ++position) visit(list[position]->codepoint(), *list[position]);
+  };
+  if (!_recordListComplete.load(std::memory_order_acquire)) {
+    for (const LazyRange& range : _lazyRanges) {
+      visitListUpTo(range.listPosition);
+      for (uint32_t member = range.interiorFirst; member < range.interiorEnd; ++member) {
+        visit(member, *range.first);
+      }
+    }
+  }
+  visitListUpTo(list.size());
+}
 
 }  // namespace qnunicode::detail

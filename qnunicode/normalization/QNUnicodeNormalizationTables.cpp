@@ -352,23 +352,23 @@ class NormalizationTablesBuilder {
   explicit NormalizationTablesBuilder(NormalizationTables& tables) : _tables(tables) {}
 
   // The decomposition part from the records (none: no codepoint has a record).
-  void buildDecomposition(const std::vector<const QNUnicodeData*>* records) {
+  void buildDecomposition(QNUnicodeDatabase* database) {
     _classes.assign(kCodepointCount, 0);
-    if (records) {
+    if (database) {
       // In file order, a later record of a codepoint replacing an earlier one, as in the index.
-      for (const QNUnicodeData* record : *records) {
-        const uint32_t codepoint = record->codepoint();
-        if (codepoint >= kCodepointCount) continue;
-        _classes[codepoint] = static_cast<int32_t>(record->canonicalCombiningClass());
-        const std::optional<std::span<const uint32_t>> mapping =
-            record->characterDecompositionMappingArray();
-        if (mapping) {
-          _mappings[codepoint] = {std::vector<uint32_t>(mapping->begin(), mapping->end()),
-                                  record->compatibilityMapping()};
-        } else {
-          _mappings.erase(codepoint);
-        }
-      }
+      database->visitUnicodeDataInFileOrder(
+          [this](uint32_t codepoint, const QNUnicodeData& record) {
+            if (codepoint >= kCodepointCount) return;
+            _classes[codepoint] = static_cast<int32_t>(record.canonicalCombiningClass());
+            const std::optional<std::span<const uint32_t>> mapping =
+                record.characterDecompositionMappingArray();
+            if (mapping) {
+              _mappings[codepoint] = {std::vector<uint32_t>(mapping->begin(), mapping->end()),
+                                      record.compatibilityMapping()};
+            } else {
+              _mappings.erase(codepoint);
+            }
+          });
     }
     for (int32_t combiningClass : _classes) {
       if (combiningClass < 0) _tables._hasNegativeClasses = true;
@@ -670,7 +670,7 @@ class NormalizationTablesBuilder {
 std::shared_ptr<NormalizationTables> NormalizationTables::tablesForDatabase(
     QNUnicodeDatabase& database) {
   auto tables = std::make_shared<NormalizationTables>();
-  NormalizationTablesBuilder(*tables).buildDecomposition(&database.allUnicodeData());
+  NormalizationTablesBuilder(*tables).buildDecomposition(&database);
   return tables;
 }
 

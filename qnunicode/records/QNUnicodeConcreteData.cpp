@@ -1,5 +1,6 @@
 #include "qnunicode/records/QNUnicodeConcreteData.h"
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -30,6 +31,35 @@ bool isASCII(std::string_view bytes) {
 const char* findByte(const char* from, const char* sentinel, char byte) {
   if (from >= sentinel) return nullptr;
   return static_cast<const char*>(std::memchr(from, byte, static_cast<size_t>(sentinel - from)));
+}
+
+// The first separators.size() semicolons from `bytes` on, across line ends, up to the sentinel;
+// answers how many there were. Eight bytes are looked at a time.
+size_t findSeparators(const char* bytes, const char* sentinel,
+                      std::array<const char*, 14>& separators) {
+  constexpr uint64_t kOnes = 0x0101010101010101ull;
+  constexpr uint64_t kHighBits = 0x8080808080808080ull;
+  size_t count = 0;
+  const char* p = bytes;
+  for (; sentinel - p >= 8; p += 8) {
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    const uint64_t x = word ^ (kOnes * ';');
+    // The high bit of each byte of x that is zero, and of no other: adding 0x7F to the low seven
+    // bits sets the high bit of every nonzero byte without carrying into the next.
+    uint64_t found = ~(((x & ~kHighBits) + ~kHighBits) | x | ~kHighBits);
+    while (found) {
+      separators[count++] = p + (std::countr_zero(found) >> 3);
+      if (count == separators.size()) return count;
+      found &= found - 1;
+    }
+  }
+  for (; p < sentinel; ++p) {
+    if (*p != ';') continue;
+    separators[count++] = p;
+    if (count == separators.size()) return count;
+  }
+  return count;
 }
 
 bool isASCII(std::u16string_view units) {
@@ -63,7 +93,7 @@ class WideText {
     const auto value = static_cast<unsigned char>(byte);
     return value < 0x80 ? static_cast<char16_t>(value) : u'\uFFFD';
   }
-  std::array<char16_t, 64> _inline {};
+  std::array<char16_t, 64> _inline;  // only the first _view.size() units are written
   UnicodeString _heap;
   std::u16string_view _view;
 };
@@ -74,7 +104,30 @@ std::string_view boundedField(std::string_view field) {
   return field.substr(0, 7);
 }
 
+// The usual fields hold only digits: their value needs no scanner. Seven digits never overflow.
+std::optional<uint32_t> plainDigitsValue(std::string_view field, uint32_t base) {
+  if (field.empty()) return std::nullopt;
+  uint32_t value = 0;
+  for (const char byte : field) {
+    uint32_t digit;
+    if (byte >= '0' && byte <= '9') {
+      digit = static_cast<uint32_t>(byte - '0');
+    } else if (base == 16 && byte >= 'A' && byte <= 'F') {
+      digit = static_cast<uint32_t>(byte - 'A' + 10);
+    } else if (base == 16 && byte >= 'a' && byte <= 'f') {
+      digit = static_cast<uint32_t>(byte - 'a' + 10);
+    } else {
+      return std::nullopt;
+    }
+    value = value * base + digit;
+  }
+  return value;
+}
+
 uint32_t hexadecimalValue(std::string_view field) {
+  if (const std::optional<uint32_t> value = plainDigitsValue(boundedField(field), 16)) {
+    return *value;
+  }
   const WideText text(boundedField(field));
   QNScanner scanner(text.view());
   uint32_t value = 0;
@@ -83,6 +136,9 @@ uint32_t hexadecimalValue(std::string_view field) {
 }
 
 uint32_t unsignedDecimalValue(std::string_view field) {
+  if (const std::optional<uint32_t> value = plainDigitsValue(boundedField(field), 10)) {
+    return *value;
+  }
   const WideText text(boundedField(field));
   QNScanner scanner(text.view());
   int32_t value = 0;
@@ -144,7 +200,7 @@ class CodepointList {
   }
 
  private:
-  std::array<uint32_t, 20> _inline {};
+  std::array<uint32_t, 20> _inline;  // only the first _size are written
   std::vector<uint32_t> _overflow;
   size_t _size = 0;
 };
@@ -242,13 +298,8 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   // Separator searches run across line ends and fail only at the sentinel.
   // The separators of the fourteen first fields, found in one pass; the fields are then taken
   // one by one, so that a missing separator is noticed (and logged) where the field is read.
-  std::array<const char*, 14> separators{};
-  size_t separatorCount = 0;
-  for (const char* p = bytes; separatorCount < separators.size(); ++p) {
-    p = findByte(p, sentinel, ';');
-    if (!p) break;
-    separators[separatorCount++] = p;
-  }
+  std::array<const char*, 14> separators;
+  const size_t separatorCount = findSeparators(bytes, sentinel, separators);
   size_t fieldNumber = 0;
   auto nextField = [&](std::string_view* field) {
     if (fieldNumber >= separatorCount) {
@@ -276,14 +327,16 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   // ASCII needs the decoded copies.
   bool lineIsASCII = isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes)));
   std::optional<std::array<std::optional<UnicodeString>, 15>> decoded;
-  auto textInput = [&](int field, bool keepEmpty) {
-    TextInput input;
+  TextInputs texts;
+  // Fills texts[slot] (absent until then) from the bytes of a field.
+  auto takeText = [&](TextField slot, int field, bool keepEmpty) {
+    TextInput& input = texts[slot];
     const std::string_view bytesOfField = fields[field];
-    if (bytesOfField.empty() && !keepEmpty) return input;
+    if (bytesOfField.empty() && !keepEmpty) return;
     if (lineIsASCII || isASCII(bytesOfField)) {
       input.present = true;
       input.narrow = bytesOfField;
-      return input;
+      return;
     }
     if (!decoded) decoded.emplace();
     std::optional<UnicodeString>& text = (*decoded)[static_cast<size_t>(field)];
@@ -292,10 +345,8 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
       input.wide = true;
       input.units = *text;
     }
-    return input;
   };
-  TextInputs texts;
-  texts[NumericValueStringField] = textInput(8, false);
+  takeText(NumericValueStringField, 8, false);
 
   if (!fields[8].empty()) {
     const WideText decimalDigit(fields[6]);
@@ -336,15 +387,15 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   lineIsASCII =
       isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes) + titlecaseLength));
 
-  texts[NameField] = textInput(1, true);
-  texts[GeneralCategoryField] = textInput(2, true);
-  texts[BidirectionalCategoryField] = textInput(4, true);
-  texts[DecompositionField] = textInput(5, false);
-  texts[Unicode1NameField] = textInput(10, true);
-  texts[CommentField] = textInput(11, false);
-  texts[UppercaseField] = textInput(12, false);
-  texts[LowercaseField] = textInput(13, false);
-  texts[TitlecaseField] = textInput(14, false);
+  takeText(NameField, 1, true);
+  takeText(GeneralCategoryField, 2, true);
+  takeText(BidirectionalCategoryField, 4, true);
+  takeText(DecompositionField, 5, false);
+  takeText(Unicode1NameField, 10, true);
+  takeText(CommentField, 11, false);
+  takeText(UppercaseField, 12, false);
+  takeText(LowercaseField, 13, false);
+  takeText(TitlecaseField, 14, false);
   if (fields[14].empty() && texts[UppercaseField].present) {
     logTitlecaseFallback(record._codepoint);
     texts[TitlecaseField] = texts[UppercaseField];

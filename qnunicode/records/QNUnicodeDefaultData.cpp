@@ -153,13 +153,44 @@ std::u16string_view QNUnicodeDefaultData::Page::bidirectionalCategory(uint32_t o
     const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
     // Without a database there is nothing worth keeping: the answer comes from the ranges.
     if (!database) return categoryFor(codepoint, nullptr, nullptr);
-    // Two threads may work the page out at once; they store the same codes.
-    BlockKinds kinds;
-    for (uint32_t i = 0; i < kSize; ++i) {
-      _categories[i].store(codeOf(categoryFor(_records[i]._codepoint, database.get(), &kinds)),
-                           std::memory_order_relaxed);
-    }
+    // Two threads may fill the page at once; they store the same codes.
+    const auto& codes = database->defaultBidirectionalCodes().codesForPage(
+        *database, _records[0]._codepoint / kSize);
+    for (uint32_t i = 0; i < kSize; ++i) _categories[i].store(codes[i], std::memory_order_relaxed);
     _categoriesKnown.store(true, std::memory_order_release);
   }
   return kCategoryCodes[_categories[offset].load(std::memory_order_relaxed)];
+}
+
+namespace qnunicode::detail {
+
+namespace {
+constexpr uint32_t kCodedPages = 0x110000 / QNUnicodeDefaultData::Page::kSize;
+}  // namespace
+
+DefaultBidirectionalCodes::DefaultBidirectionalCodes()
+    : _pages(std::make_unique<std::atomic<const Codes*>[]>(kCodedPages)) {}
+
+const DefaultBidirectionalCodes::Codes& DefaultBidirectionalCodes::codesForPage(
+    QNUnicodeDatabase& database, uint32_t page) {
+  if (const Codes* known = _pages[page].load(std::memory_order_acquire)) return *known;
+  std::lock_guard lock(_mutex);
+  if (const Codes* known = _pages[page].load(std::memory_order_relaxed)) return *known;
+  Codes codes;
+  BlockKinds kinds;
+  for (uint32_t i = 0; i < codes.size(); ++i) {
+    codes[i] = codeOf(categoryFor(page * QNUnicodeDefaultData::Page::kSize + i, &database, &kinds));
+  }
+  const Codes& kept = _made.emplace_back(codes);
+  _pages[page].store(&kept, std::memory_order_release);
+  return kept;
+}
+
+}  // namespace qnunicode::detail
+
+qnunicode::detail::DefaultBidirectionalCodes& QNUnicodeDatabase::defaultBidirectionalCodes() {
+  std::call_once(_defaultBidirectionalCodesMade, [this] {
+    _defaultBidirectionalCodes = std::make_shared<qnunicode::detail::DefaultBidirectionalCodes>();
+  });
+  return *_defaultBidirectionalCodes;
 }

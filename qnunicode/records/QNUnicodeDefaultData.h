@@ -3,7 +3,9 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -35,7 +37,7 @@ class QNUnicodeDefaultData final : public QNUnicodeData {
 
   uint32_t codepoint() const override { return _codepoint; }
   UnicodeString characterName() const override { return u"<reserved>"; }
-  UnicodeString generalCategory() const override { return u"Cn"; }
+  UnicodeString generalCategory() const override { return UnicodeString(u"Cn", 2); }
   uint32_t canonicalCombiningClass() const override { return 0; }
   UnicodeString bidirectionalCategory() const override;
   UnicodeString characterDecompositionMapping() const override { return {}; }
@@ -72,9 +74,9 @@ class QNUnicodeDefaultData final : public QNUnicodeData {
 
 // The default records of 256 consecutive codepoints in one block of memory, as the database makes
 // them for codepoints UnicodeData does not list. Once one of its records is asked for its
-// bidirectional category, the page works out those of all 256 with one look at the shared
-// database and keeps them, so that a walk over unlisted codepoints does not ask the database
-// (and compare block names) once per codepoint.
+// bidirectional category, the page takes those of all 256 from the shared database, which works
+// them out once per page for its life, so that a walk over unlisted codepoints does not compare
+// block names once per codepoint, nor once per page it makes anew.
 class QNUnicodeDefaultData::Page {
  public:
   static constexpr uint32_t kSize = 256;
@@ -102,3 +104,23 @@ class QNUnicodeDefaultData::Page {
   mutable std::atomic<bool> _categoriesKnown{false};
   mutable std::array<std::atomic<uint8_t>, kSize> _categories{};
 };
+
+namespace qnunicode::detail {
+
+// The default bidirectional categories of the codepoints of one database, as category codes,
+// worked out from its blocks 256 codepoints at a time and kept for the database's life.
+class DefaultBidirectionalCodes {
+ public:
+  using Codes = std::array<uint8_t, QNUnicodeDefaultData::Page::kSize>;
+
+  DefaultBidirectionalCodes();
+  // The codes of the page that starts at page * 256 (page < 0x1100).
+  const Codes& codesForPage(QNUnicodeDatabase& database, uint32_t page);
+
+ private:
+  std::unique_ptr<std::atomic<const Codes*>[]> _pages;
+  std::mutex _mutex;
+  std::deque<Codes> _made;
+};
+
+}  // namespace qnunicode::detail
