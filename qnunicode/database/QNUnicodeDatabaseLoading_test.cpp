@@ -98,6 +98,34 @@ TEST(UnicodeDataLoading, RecordsRangesAndTables) {
   EXPECT_EQ(categories, u"L R AL L R AL ");
 }
 
+// A range is filled when first asked for, unless a record read before it lies inside; either way
+// lookups, the record list and the file-order walk see the members that filling at load makes.
+TEST(UnicodeDataLoading, RangeMembersMadeLaterEqualThoseMadeAtLoad) {
+  SyntheticDatabase synthetic(
+      "4E00;<CJK Ideograph, First>;Lo;0;L;;;;;N;;;;;\n4E05;<CJK Ideograph, "
+      "Last>;Lo;0;L;;;;;N;;;;;\n"
+      "4E02;INSIDE, READ LATER;Mn;230;NSM;;;;;N;;;;;\n0102;READ EARLIER;Lu;0;L;;;;;N;;;;;\n"
+      "0100;<Out Of Order, First>;Lo;0;L;;;;;N;;;;;\n0104;<Out Of Order, "
+      "Last>;Lo;0;L;;;;;N;;;;;\n");
+  QNUnicodeDatabase& database = *synthetic.database;
+  const Record early = database.unicodeDataForCodepoint(0x4E01);
+  EXPECT_EQ(early.get(), database.unicodeDataForCodepoint(0x4E01).get());
+  EXPECT_EQ(kindsOf(database, {0x4E01, 0x4E02, 0x4E04, 0x101, 0x102, 0x103}), "MFMMMM");
+  std::string walked;
+  database.visitUnicodeDataInFileOrder([&](uint32_t codepoint, const QNUnicodeData& record) {
+    walked += QNFormat("%X:%u ", codepoint, record.canonicalCombiningClass());
+  });
+  std::string listed, classes;
+  for (const QNUnicodeData* record : database.allUnicodeData()) {
+    listed += QNFormat("%X%c ", record->codepoint(), kindOf(record));
+    classes += QNFormat("%X:%u ", record->codepoint(), record->canonicalCombiningClass());
+  }
+  EXPECT_EQ(listed, "4E00F 4E01M 4E02M 4E03M 4E04M 4E05F 4E02F 102F 100F 101M 102M 103M 104F ");
+  EXPECT_EQ(walked, classes);
+  EXPECT_EQ(database.allUnicodeData()[1], early.get()) << "the member asked for first is listed";
+  EXPECT_EQ(database.unicodeDataForCodepoint(0x4E02)->characterName(), u"INSIDE, READ LATER");
+}
+
 TEST(UnicodeDataLoading, MissingFileIsRetriedOnEveryUse) {
   ScratchDirectory directory;
   QNUnicodeDatabase database({directory.path()}, {});
