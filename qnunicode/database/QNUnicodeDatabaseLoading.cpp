@@ -153,9 +153,13 @@ bool OnDemandRecords::rangeInteriorMeets(uint64_t first, uint64_t last) const {
 const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::pageForCodepoint(
     uint32_t codepoint) {
   const uint32_t number = codepoint >> kPageBits;
-  ThreadPage& last = threadPage;
+  const ThreadPage& last = threadPage;
   if (last.serial == _serial && last.number == number && last.page) return last.page;
+  return enterPage(number);
+}
 
+const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::enterPage(uint32_t number) {
+  ThreadPage& last = threadPage;
   std::shared_ptr<Page> page;
   {
     std::lock_guard lock(_mutex);

@@ -144,6 +144,9 @@ class OnDemandRecords {
   std::shared_ptr<const QNUnicodeData> rangeMemberForCodepoint(uint32_t codepoint);
   // The page of the codepoint, held by the calling thread's last-page reference.
   const std::shared_ptr<Page>& pageForCodepoint(uint32_t codepoint);
+  // The same when the thread's last page is another: finds or makes the page (kept apart, so
+  // that the usual case stays a few instructions).
+  const std::shared_ptr<Page>& enterPage(uint32_t number);
   bool rangeInteriorMeets(uint64_t first, uint64_t last) const;
 };
 
