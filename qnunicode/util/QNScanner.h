@@ -21,6 +21,23 @@ constexpr bool isWhitespaceOrNewline(char16_t u) {
 // The pieces are views into the text.
 std::vector<std::u16string_view> splitAt(std::u16string_view text, char16_t separator);
 
+// ---- The same rules over UTF-8 bytes ----------------------------------------------------------
+// Readers that go through a data file's bytes directly use these. On well-formed UTF-8 each
+// answers what its UTF-16 counterpart answers over the decoded text; on other bytes they stay in
+// bounds and answer something harmless.
+
+// The number of bytes of the white space or line end (isWhitespaceOrNewline) that begins at
+// text[position], or 0 when none begins there.
+size_t whitespaceOrNewlineLengthInUTF8(std::string_view text, size_t position);
+// The text without white space and line ends at either end (trimmedString over bytes).
+std::string_view trimmedUTF8(std::string_view text);
+// True when no byte is above 0x7F.
+bool isASCII(std::string_view bytes);
+// The UTF-16 form of UTF-8 text; an ill-formed sequence becomes U+FFFD.
+UnicodeString utf16FromUTF8(std::string_view bytes);
+// The same into an existing string, whose storage is kept when it has room (for ASCII text).
+void assignUTF16FromUTF8(UnicodeString& text, std::string_view bytes);
+
 // The one text scanner of the readers. Before each item it passes over the characters of its
 // skip set; a failed scan leaves the position where it was. Readers state their own rules by
 // choosing the skip set and case sensitivity. The scanned text must outlive the scanner.
@@ -68,6 +85,62 @@ class QNScanner {
   std::u16string_view _text;
   Skip _skip;
   bool _caseSensitive = true;
+  size_t _location = 0;
+};
+
+// QNScanner over UTF-8 bytes, for readers that go through a file's bytes without decoding them
+// first. It passes over the same white space (in its UTF-8 forms), matches ASCII literals
+// case-sensitively, and counts positions in bytes: over well-formed UTF-8 every scan succeeds
+// or fails as QNScanner's does over the decoded text and collects the same characters.
+class QNUTF8Scanner {
+ public:
+  using Skip = QNScanner::Skip;
+
+  explicit QNUTF8Scanner(std::string_view text, Skip skip = Skip::WhitespaceAndNewlines)
+      : _text(text), _skip(skip) {}
+
+  size_t scanLocation() const { return _location; }
+  bool isAtEnd() const { return skipped(_location) >= _text.size(); }
+  std::string_view text() const { return _text; }
+  std::string_view remainingText() const { return _text.substr(_location); }
+
+  bool scanHexInt(uint32_t* value);
+  bool scanInt(int32_t* value);
+  // The literal is ASCII.
+  bool scanString(std::string_view literal) {
+    const size_t position = skipped(_location);
+    if (literal.empty() || _text.size() - position < literal.size()) return false;
+    for (size_t i = 0; i < literal.size(); ++i) {
+      if (_text[position + i] != literal[i]) return false;
+    }
+    _location = position + literal.size();
+    return true;
+  }
+  // The collected bytes are a view into the text.
+  bool scanUpToString(std::string_view literal, std::string_view* into = nullptr);
+
+ private:
+  // ASCII white space is passed over here; anything above 0x7F goes to skippedBeyondASCII.
+  size_t skipped(size_t from) const {
+    if (_skip == Skip::Nothing) return from;
+    while (from < _text.size()) {
+      const auto byte = static_cast<uint8_t>(_text[from]);
+      if (byte == ' ' || byte == '\t' ||
+          (_skip == Skip::WhitespaceAndNewlines && byte >= 0x0A && byte <= 0x0D)) {
+        ++from;
+      } else if (byte >= 0x80 && _skip == Skip::WhitespaceAndNewlines) {
+        const size_t length = whitespaceOrNewlineLengthInUTF8(_text, from);
+        if (length == 0) break;
+        from += length;
+      } else {
+        break;
+      }
+    }
+    return from;
+  }
+
+  std::string_view _text;
+  Skip _skip;
   size_t _location = 0;
 };
 
