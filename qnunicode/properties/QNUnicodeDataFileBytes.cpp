@@ -1,0 +1,97 @@
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/strings/UnicodeString.h"
+#include "qnunicode/util/QNMappedFile.h"
+
+namespace qnunicode::detail {
+
+bool isWellFormedUTF8(std::string_view bytes) {
+  const auto* in = reinterpret_cast<const uint8_t*>(bytes.data());
+  const size_t size = bytes.size();
+  for (size_t i = 0; i < size;) {
+    // ASCII runs sixteen bytes at a time.
+    if (size - i >= 16) {
+      uint64_t words[2];
+      std::memcpy(words, in + i, 16);
+      if (((words[0] | words[1]) & 0x8080808080808080ull) == 0) {
+        i += 16;
+        continue;
+      }
+    }
+    const uint8_t lead = in[i];
+    if (lead < 0x80) {
+      ++i;
+      continue;
+    }
+    size_t length;
+    uint8_t low = 0x80, high = 0xBF;  // bounds of the second byte
+    if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+      length = 3;
+      if (lead == 0xE0) low = 0xA0;   // no overlong forms
+      if (lead == 0xED) high = 0x9F;  // no encoded surrogates
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4;
+      if (lead == 0xF0) low = 0x90;   // no overlong forms
+      if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
+    } else {
+      return false;
+    }
+    if (size - i < length || in[i + 1] < low || in[i + 1] > high) return false;
+    for (size_t k = 2; k < length; ++k) {
+      if ((in[i + k] & 0xC0) != 0x80) return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
+UTF8DataFile::UTF8DataFile(const std::optional<std::string>& path) {
+  if (!path) return;
+  _mapped = std::make_unique<MappedFile>(*path);
+  if (_mapped->isMapped()) {
+    _bytes = _mapped->bytes();
+    _isReadable = isWellFormedUTF8(_bytes);
+    return;
+  }
+  // Not a regular file that maps (a pipe, say): read the way every text file is read. What
+  // decodes strictly encodes back to the same bytes.
+  _mapped.reset();
+  const std::optional<UnicodeString> text = QNUnicode::stringWithContentsOfUTF8File(*path);
+  if (!text) return;
+  _read = qnunicode::toUTF8(*text);
+  _bytes = _read;
+  _isReadable = true;
+}
+
+UTF8DataFile::~UTF8DataFile() = default;
+
+bool LineCursor::next(std::string_view* line) {
+  if (_isDone) return false;
+  const size_t end = _text.find('\n', _position);
+  if (end == std::string_view::npos) {
+    *line = _text.substr(_position);
+    _position = _text.size();
+    _isDone = true;
+    return true;
+  }
+  *line = _text.substr(_position, end - _position);
+  _position = end + 1;
+  return true;
+}
+
+size_t lineCount(std::string_view text) {
+  size_t count = 1;
+  for (size_t position = 0; (position = text.find('\n', position)) != std::string_view::npos;
+       ++position) {
+    ++count;
+  }
+  return count;
+}
+
+}  // namespace qnunicode::detail
