@@ -39,6 +39,9 @@ class IntervalIndex {
   }
 
   size_t intervalCount() const { return _starts.size(); }
+  // Interval i runs from its start to the next interval's start (the last one to 0xFFFFFFFF).
+  uint32_t intervalStart(size_t i) const { return _starts[i]; }
+  uint32_t intervalPayload(size_t i) const { return _payloads[i]; }
   // The start of the interval that holds the value (for tests and dumps).
   uint32_t intervalStartOf(uint32_t value) const;
 

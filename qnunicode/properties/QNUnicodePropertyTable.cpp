@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <set>
+#include <unordered_map>
+#include <utility>
 
 QNUnicodePropertyTable::QNUnicodePropertyTable(Map sets, size_t indexBudget)
     : _sets(std::move(sets)) {
@@ -25,46 +26,76 @@ QNUnicodePropertyTable::QNUnicodePropertyTable(Map sets, size_t indexBudget)
   buildIndex(indexBudget);
 }
 
+namespace {
+
+struct NamesHash {
+  size_t operator()(const std::vector<uint32_t>& names) const {
+    uint64_t hash = 0x9E3779B97F4A7C15ull ^ names.size();
+    for (uint32_t name : names) hash = (hash ^ name) * 0x100000001B3ull;
+    return static_cast<size_t>(hash ^ (hash >> 29));
+  }
+};
+
+// Sorts events by their position (the high 32 bits), least significant digit first in three
+// passes of 11 bits; a pass whose digit is the same for every event is left out. The order of
+// events at one position does not matter.
+void sortByPosition(std::vector<uint64_t>& events) {
+  constexpr unsigned kDigitBits = 11;
+  constexpr size_t kBuckets = size_t(1) << kDigitBits;
+  std::vector<uint64_t> sorted(events.size());
+  std::vector<size_t> counts(kBuckets);
+  for (unsigned shift = 32; shift < 64; shift += kDigitBits) {
+    std::fill(counts.begin(), counts.end(), 0);
+    for (uint64_t event : events) ++counts[(event >> shift) & (kBuckets - 1)];
+    if (std::find(counts.begin(), counts.end(), events.size()) != counts.end()) continue;
+    size_t offset = 0;
+    for (size_t& count : counts) offset += std::exchange(count, offset);
+    for (uint64_t event : events) sorted[counts[(event >> shift) & (kBuckets - 1)]++] = event;
+    events.swap(sorted);
+  }
+}
+
+}  // namespace
+
 void QNUnicodePropertyTable::buildIndex(size_t budget) {
   // Every set's ranges become a start event and (unless they run to the top) a stop event just
-  // after their end; between two event positions the names that hold do not change.
-  struct Event {
-    uint32_t position;
-    uint32_t name;
-    bool isStart;
-  };
-  std::vector<Event> events;
+  // after their end; between two event positions the names that hold do not change. An event is
+  // one number: its position in the high 32 bits, then the name number and whether it starts.
+  std::vector<uint64_t> events;
+  size_t rangeCount = 0;
+  for (const CodepointSet* set : _setsInOrder) rangeCount += set->ranges().size();
+  events.reserve(rangeCount * 2);
   for (uint32_t name = 0; name < _setsInOrder.size(); ++name) {
     for (const CodepointSet::Range& range : _setsInOrder[name]->ranges()) {
-      events.push_back({range.first, name, true});
+      events.push_back(uint64_t(range.first) << 32 | uint64_t(name) << 1 | 1);
       if (range.last != std::numeric_limits<uint32_t>::max()) {
-        events.push_back({range.last + 1, name, false});
+        events.push_back(uint64_t(range.last + 1) << 32 | uint64_t(name) << 1);
       }
     }
   }
   // A set's ranges neither touch nor overlap, so one name never starts and stops at one position.
-  std::sort(events.begin(), events.end(),
-            [](const Event& a, const Event& b) { return a.position < b.position; });
+  sortByPosition(events);
 
   _combinations.assign(1, Matches{});
   _combinationOffsets.assign({0, 0});
   _combinationNames.clear();
-  std::map<std::vector<uint32_t>, uint32_t> numbers{{{}, 0}};
+  std::unordered_map<std::vector<uint32_t>, uint32_t, NamesHash> numbers{{{}, 0}};
   std::vector<uint32_t> starts{0}, payloads{0};
-  std::set<uint32_t> active;  // name numbers ascend in map order
-  std::vector<uint32_t> names;
+  // The names that hold, ascending (name numbers ascend in map order).
+  std::vector<uint32_t> active;
   size_t work = 0;
   for (size_t i = 0; i < events.size();) {
-    const uint32_t position = events[i].position;
-    for (; i < events.size() && events[i].position == position; ++i) {
-      if (events[i].isStart) {
-        active.insert(events[i].name);
+    const uint32_t position = static_cast<uint32_t>(events[i] >> 32);
+    for (; i < events.size() && static_cast<uint32_t>(events[i] >> 32) == position; ++i) {
+      const uint32_t name = static_cast<uint32_t>(events[i]) >> 1;
+      const auto place = std::lower_bound(active.begin(), active.end(), name);
+      if (events[i] & 1) {
+        active.insert(place, name);
       } else {
-        active.erase(events[i].name);
+        active.erase(place);
       }
     }
-    names.assign(active.begin(), active.end());
-    work += names.size() + 1;
+    work += active.size() + 1;
     if (work > budget) {
       _combinations.assign(1, Matches{});
       _combinationOffsets.assign({0, 0});
@@ -73,15 +104,16 @@ void QNUnicodePropertyTable::buildIndex(size_t budget) {
       _isIndexed = false;
       return;
     }
-    const auto [found, isNew] = numbers.try_emplace(names, static_cast<uint32_t>(numbers.size()));
-    if (isNew) {
-      _combinationNames.insert(_combinationNames.end(), names.begin(), names.end());
+    auto found = numbers.find(active);
+    if (found == numbers.end()) {
+      found = numbers.emplace(active, static_cast<uint32_t>(numbers.size())).first;
+      _combinationNames.insert(_combinationNames.end(), active.begin(), active.end());
       _combinationOffsets.push_back(static_cast<uint32_t>(_combinationNames.size()));
       Matches matches;
-      matches.count = names.size();
-      if (!names.empty()) {
-        matches.first = _names[names.front()];
-        matches.last = _names[names.back()];
+      matches.count = active.size();
+      if (!active.empty()) {
+        matches.first = _names[active.front()];
+        matches.last = _names[active.back()];
       }
       _combinations.push_back(matches);
     }

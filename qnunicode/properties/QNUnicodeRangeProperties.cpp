@@ -1,10 +1,13 @@
 // The range property files (Blocks, PropList, DerivedCoreProperties, Scripts, DerivedAge,
 // HangulSyllableType) and LineBreak: their readers, the lazy accessors and the per-codepoint
 // lookups of the database.
+#include <algorithm>
+#include <array>
 #include <optional>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeBlockTable.h"
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
 #include "qnunicode/properties/QNUnicodeIntervalIndex.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/properties/QNUnicodePropertyTable.h"
@@ -14,16 +17,20 @@
 #include "qnunicode/util/QNScanner.h"
 #include "qnunicode/util/QNUnicodePrefixTree.h"
 
-using qnunicode::QNScanner;
+using qnunicode::QNUTF8Scanner;
+using qnunicode::detail::LineCursor;
+using qnunicode::detail::UTF8DataFile;
 
 namespace {
-
-constexpr uint32_t kLastCodepoint = 0x10FFFF;
 
 // The line-break tree: eight children a node, keys up to the last codepoint, which makes the
 // seven levels below the root consume the low 21 bits of a key and ignore the bits above.
 constexpr unsigned kLineBreakTreeCountLog2 = 3;
+constexpr uint32_t kLastCodepoint = 0x10FFFF;
 constexpr uint64_t kLineBreakTreeKeySpan = uint64_t(1) << 21;
+constexpr uint32_t kLineBreakKeyMask = static_cast<uint32_t>(kLineBreakTreeKeySpan - 1);
+// The payload of the line-break index for a key that the tree answers NotFound for.
+constexpr uint32_t kUnsetLineBreak = QNUnicodeDatabase::missingLineBreak + 1;
 
 // The last component of a slash-separated path, trailing slashes aside ("/" stays "/").
 std::u16string_view lastPathComponent(std::u16string_view path) {
@@ -33,14 +40,10 @@ std::u16string_view lastPathComponent(std::u16string_view path) {
   return slash == std::u16string_view::npos ? path : path.substr(slash + 1);
 }
 
-std::optional<UnicodeString> contentsOfDataFile(const std::optional<std::string>& path) {
-  if (!path) return std::nullopt;
-  return QNUnicode::stringWithContentsOfUTF8File(*path);
-}
-
-void logPropListLineFailure(const char* message, std::u16string_view line) {
+// The line is logged as the file has it (bytes up to a NUL, as for any "%s").
+void logPropListLineFailure(const char* message, std::string_view line) {
   QNLog(message);
-  QNLogFormat("%s", qnunicode::logText(line).c_str());
+  QNLogFormat("%s", std::string(line).c_str());
 }
 
 }  // namespace
@@ -78,7 +81,24 @@ std::shared_ptr<const QNUnicodePropertyTable> QNUnicodeDatabase::hangulSyllableT
 }
 
 std::shared_ptr<const QNUnicodePrefixTree> QNUnicodeDatabase::lineBreaks() {
-  if (!_lineBreaks) readLineBreaks();
+  if (!_lineBreakIndex) readLineBreaks();
+  if (!_lineBreaks) {
+    // The file set its keys once each, in ascending order: setting the same keys to the same
+    // classes in that order, run by run, makes the tree that reading it key by key would have.
+    auto tree = std::make_shared<QNUnicodePrefixTree>(kLineBreakTreeCountLog2, kLastCodepoint);
+    const qnunicode::detail::IntervalIndex& index = *_lineBreakIndex;
+    for (size_t i = 0; i < index.intervalCount(); ++i) {
+      const uint64_t start = index.intervalStart(i);
+      if (start >= kLineBreakTreeKeySpan) break;
+      if (index.intervalPayload(i) == kUnsetLineBreak) continue;
+      const uint64_t end =
+          i + 1 < index.intervalCount()
+              ? std::min<uint64_t>(index.intervalStart(i + 1), kLineBreakTreeKeySpan)
+              : kLineBreakTreeKeySpan;
+      for (uint64_t key = start; key < end; ++key) tree->setValue(index.intervalPayload(i), key);
+    }
+    _lineBreaks = tree;
+  }
   return _lineBreaks;
 }
 
@@ -87,51 +107,55 @@ std::shared_ptr<const QNUnicodePrefixTree> QNUnicodeDatabase::lineBreaks() {
 void QNUnicodeDatabase::readBlocks() {
   // The table exists before the file is looked for: a missing file leaves it empty for good.
   _blocks = std::make_shared<QNUnicodeBlockTable>();
-  const std::optional<UnicodeString> text =
-      contentsOfDataFile(filenameWithPrefix(QNUnicodeFilePrefixBlocks));
-  if (!text) {
+  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixBlocks));
+  if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixBlocks);
     return;
   }
   QNUnicodeBlockTable::Map entries;
   // A line without ".." or without a last codepoint keeps the last codepoint of the line before.
   uint32_t last = 0;
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
-    QNScanner scanner(line, QNScanner::Skip::WhitespaceAndNewlines);
+  LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    QNUTF8Scanner scanner(line);
     uint32_t first;
     if (!scanner.scanHexInt(&first)) continue;
-    scanner.scanString(u"..");
+    scanner.scanString("..");
     scanner.scanHexInt(&last);
-    if (!scanner.scanString(u"; ")) scanner.scanString(u";");
+    if (!scanner.scanString("; ")) scanner.scanString(";");
     // The name is the rest of the line as it stands: a CR of a CR LF line end stays in it.
     entries.insert_or_assign(QNUnicodeBlockTable::Range{first, last - first + 1},
-                             UnicodeString(scanner.remainingText()));
+                             qnunicode::utf16FromUTF8(scanner.remainingText()));
   }
   _blocks = std::make_shared<QNUnicodeBlockTable>(std::move(entries));
 }
 
 std::shared_ptr<QNUnicodePropertyTable> QNUnicodeDatabase::readPropListOrScriptsFile(
     std::u16string_view prefix) {
-  const std::optional<UnicodeString> text = contentsOfDataFile(filenameWithPrefix(prefix));
-  if (!text) {
+  const UTF8DataFile file(filenameWithPrefix(prefix));
+  if (!file.isReadable()) {
     notifyDelegateOfMissingFile(lastPathComponent(prefix));
     return nullptr;
   }
   QNUnicodePropertyTable::Map sets;
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
-    QNScanner scanner(line, QNScanner::Skip::WhitespaceAndNewlines);
+  // Lines of one name come in runs, so the set of the line before is kept at hand.
+  std::string_view previousName;
+  CodepointSet* previousSet = nullptr;
+  LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    QNUTF8Scanner scanner(line);
     uint32_t first, last;
     if (!scanner.scanHexInt(&first)) continue;
-    if (!scanner.scanString(u"..") || !scanner.scanHexInt(&last)) last = first;
-    scanner.scanUpToString(u";");
-    if (!scanner.scanString(u";")) {
+    if (!scanner.scanString("..") || !scanner.scanHexInt(&last)) last = first;
+    scanner.scanUpToString(";");
+    if (!scanner.scanString(";")) {
       logPropListLineFailure(
           "UnicodeDatabase -readPropListOrScriptsFile:: failed: ';' not scanned in line:", line);
       continue;
     }
     // Without a comment the name runs to the end of the line.
-    UnicodeString name;
-    if (!scanner.scanUpToString(u"#", &name)) {
+    std::string_view name;
+    if (!scanner.scanUpToString("#", &name)) {
       logPropListLineFailure(
           "UnicodeDatabase -readPropListOrScriptsFile:: failed: '#' not found in line:", line);
       continue;
@@ -143,7 +167,12 @@ std::shared_ptr<QNUnicodePropertyTable> QNUnicodeDatabase::readPropListOrScripts
       continue;
     }
     // A name seen before adds to its set, wherever the earlier lines were.
-    sets[QNUnicode::trimmedString(name)].addRange(first, last);
+    name = qnunicode::trimmedUTF8(name);
+    if (!previousSet || name != previousName) {
+      previousSet = &sets[qnunicode::utf16FromUTF8(name)];
+      previousName = name;
+    }
+    previousSet->addRange(first, last);
   }
   return std::make_shared<QNUnicodePropertyTable>(std::move(sets));
 }
@@ -195,61 +224,139 @@ void setLineBreakRange(QNUnicodePrefixTree& tree, uint32_t first, uint32_t last,
   setKeys(firstBlock + wholeBlocks * kLineBreakTreeKeySpan, end);
 }
 
+// One data line of LineBreak: keys first to last inclusive get the class.
+struct LineBreakRange {
+  uint32_t first;
+  uint32_t last;
+  uint32_t lineBreakClass;
+};
+
+// The class number of a class text as the file has it: trimmed, then looked up exactly. A name
+// outside the table goes through QNUnicode_LineBreakClassForString, which logs it.
+uint32_t lineBreakClassForUTF8(std::string_view text) {
+  // Every name of the table has two letters: a name is found by its two bytes as one number.
+  static constexpr auto kPairs = [] {
+    std::array<uint16_t, QNUnicode_LineBreakClass_Strings.size()> pairs{};
+    for (size_t i = 0; i < pairs.size(); ++i) {
+      const std::u16string_view name = QNUnicode_LineBreakClass_Strings[i];
+      pairs[i] = name.size() == 2 ? static_cast<uint16_t>(name[0] << 8 | name[1]) : 0;
+    }
+    return pairs;
+  }();
+  const std::string_view name = qnunicode::trimmedUTF8(text);
+  if (name.size() == 2) {
+    const auto pair =
+        static_cast<uint16_t>(static_cast<uint8_t>(name[0]) << 8 | static_cast<uint8_t>(name[1]));
+    for (uint32_t i = 0; i < kPairs.size(); ++i) {
+      if (kPairs[i] == pair) return i;
+    }
+  }
+  return QNUnicode_LineBreakClassForString(qnunicode::utf16FromUTF8(name));
+}
+
+// True when the ranges set every key at most once and in ascending order as the tree sees the
+// keys (their low 21 bits). Such a tree never sets a key below a collapsed node, so it answers
+// each key's class, or NotFound for a key that no range holds.
+bool setsKeysInAscendingOrder(const std::vector<LineBreakRange>& ranges) {
+  uint64_t smallestNextKey = 0;
+  for (const LineBreakRange& range : ranges) {
+    if (range.last < range.first) continue;                       // sets nothing
+    if ((range.first >> 21) != (range.last >> 21)) return false;  // goes round the key space
+    if ((range.first & kLineBreakKeyMask) < smallestNextKey) return false;
+    smallestNextKey = uint64_t(range.last & kLineBreakKeyMask) + 1;
+  }
+  return true;
+}
+
+// The index of what the tree answers for every key: the class, or kUnsetLineBreak for NotFound.
+qnunicode::detail::IntervalIndex lineBreakIndexOfAscendingRanges(
+    const std::vector<LineBreakRange>& ranges) {
+  std::vector<uint32_t> starts{0}, payloads{kUnsetLineBreak};
+  const auto startInterval = [&](uint32_t start, uint32_t payload) {
+    if (starts.back() == start) {
+      payloads.back() = payload;
+    } else {
+      starts.push_back(start);
+      payloads.push_back(payload);
+    }
+  };
+  for (const LineBreakRange& range : ranges) {
+    if (range.last < range.first) continue;
+    startInterval(range.first & kLineBreakKeyMask, range.lineBreakClass);
+    startInterval((range.last & kLineBreakKeyMask) + 1, kUnsetLineBreak);
+  }
+  return qnunicode::detail::IntervalIndex(starts, payloads);
+}
+
+// The index of what a tree answers, read back key by key (for files the ascending form does not
+// cover).
+qnunicode::detail::IntervalIndex lineBreakIndexOfTree(const QNUnicodePrefixTree& tree) {
+  std::vector<uint32_t> starts, payloads;
+  for (uint32_t key = 0; key < kLineBreakTreeKeySpan; ++key) {
+    const int64_t value = tree.valueForUnsignedIntegerKey(key);
+    const uint32_t payload = value == NotFound ? kUnsetLineBreak : static_cast<uint32_t>(value);
+    if (payloads.empty() || payloads.back() != payload) {
+      starts.push_back(key);
+      payloads.push_back(payload);
+    }
+  }
+  return qnunicode::detail::IntervalIndex(starts, payloads);
+}
+
 }  // namespace
 
 void QNUnicodeDatabase::readLineBreaks() {
-  // The tree exists before the file is looked for: a missing file leaves it empty for good.
-  auto tree = std::make_shared<QNUnicodePrefixTree>(kLineBreakTreeCountLog2, kLastCodepoint);
-  _lineBreaks = tree;
-  const std::optional<UnicodeString> text =
-      contentsOfDataFile(filenameWithPrefix(QNUnicodeFilePrefixLineBreak));
-  if (!text) {
+  // The classes exist before the file is looked for: a missing file leaves every key without
+  // one for good. The tree itself is made when something asks for it (lineBreaks()), unless the
+  // file sets keys out of order; lookups go through the index either way.
+  _lineBreaks.reset();
+  _lineBreakIndex = std::make_shared<const qnunicode::detail::IntervalIndex>(
+      std::vector<uint32_t>{0}, std::vector<uint32_t>{kUnsetLineBreak});
+  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixLineBreak));
+  if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixLineBreak);
-  } else {
-    // One scanner over the whole text that skips nothing, so the searches for ";" and "#" run on
-    // past the end of a line that lacks them.
-    QNScanner scanner(*text, QNScanner::Skip::Nothing);
-    while (!scanner.isAtEnd()) {
-      uint32_t first, last;
-      UnicodeString className;
-      if (!scanner.scanHexInt(&first)) {
-        // Comment or blank line.
+    return;
+  }
+  // One scanner over the whole text that skips nothing, so the searches for ";" and "#" run on
+  // past the end of a line that lacks them.
+  std::vector<LineBreakRange> ranges;
+  QNUTF8Scanner scanner(file.bytes(), QNUTF8Scanner::Skip::Nothing);
+  while (!scanner.isAtEnd()) {
+    uint32_t first, last;
+    std::string_view className;
+    if (!scanner.scanHexInt(&first)) {
+      // Comment or blank line.
+    } else {
+      if (!scanner.scanString("..") || !scanner.scanHexInt(&last)) last = first;
+      scanner.scanUpToString(";");
+      if (!scanner.scanString(";")) {
+        QNLog("UnicodeDatabase -readLineBreaks:: failed: ';' not scanned in line:");
+      } else if (!scanner.scanUpToString("#", &className)) {
+        QNLog("UnicodeDatabase -readLineBreaks:: failed: '#' not found in line:");
+      } else if (className.empty()) {
+        QNLog("UnicodeDatabase -readLineBreaks:: failed: prop is empty string in line:");
       } else {
-        if (!scanner.scanString(u"..") || !scanner.scanHexInt(&last)) last = first;
-        scanner.scanUpToString(u";");
-        if (!scanner.scanString(u";")) {
-          QNLog("UnicodeDatabase -readLineBreaks:: failed: ';' not scanned in line:");
-        } else if (!scanner.scanUpToString(u"#", &className)) {
-          QNLog("UnicodeDatabase -readLineBreaks:: failed: '#' not found in line:");
-        } else if (className.empty()) {
-          QNLog("UnicodeDatabase -readLineBreaks:: failed: prop is empty string in line:");
-        } else {
-          const uint32_t lineBreakClass =
-              QNUnicode_LineBreakClassForString(QNUnicode::trimmedString(className));
-          setLineBreakRange(*tree, first, last, lineBreakClass);
-        }
+        ranges.push_back({first, last, lineBreakClassForUTF8(className)});
       }
-      scanner.scanUpToString(u"\n");
-      scanner.scanString(u"\n");
     }
+    scanner.scanUpToString("\n");
+    scanner.scanString("\n");
   }
 
-  // Read the tree back once into a flat interval table: lookups then answer exactly what the
-  // tree answers without walking its levels.
-  std::vector<uint32_t> starts, classes;
-  for (uint32_t codepoint = 0; codepoint <= kLastCodepoint; ++codepoint) {
-    const int64_t value = tree->valueForUnsignedIntegerKey(codepoint);
-    const uint32_t lineBreakClass =
-        value == NotFound ? missingLineBreak : static_cast<uint32_t>(value);
-    if (classes.empty() || classes.back() != lineBreakClass) {
-      starts.push_back(codepoint);
-      classes.push_back(lineBreakClass);
-    }
+  if (setsKeysInAscendingOrder(ranges)) {
+    _lineBreakIndex = std::make_shared<const qnunicode::detail::IntervalIndex>(
+        lineBreakIndexOfAscendingRanges(ranges));
+    return;
   }
-  // Above the last codepoint lookups ask the tree itself.
-  starts.push_back(kLastCodepoint + 1);
-  classes.push_back(missingLineBreak);
-  _lineBreakIndex = std::make_shared<const qnunicode::detail::IntervalIndex>(starts, classes);
+  // Keys set again or out of order meet the tree's collapsing: build it now, range by range in
+  // file order, and answer what it answers.
+  auto tree = std::make_shared<QNUnicodePrefixTree>(kLineBreakTreeCountLog2, kLastCodepoint);
+  for (const LineBreakRange& range : ranges) {
+    setLineBreakRange(*tree, range.first, range.last, range.lineBreakClass);
+  }
+  _lineBreaks = tree;
+  _lineBreakIndex =
+      std::make_shared<const qnunicode::detail::IntervalIndex>(lineBreakIndexOfTree(*tree));
 }
 
 // ---- Lookups ----------------------------------------------------------------------------------
@@ -338,8 +445,7 @@ bool QNUnicodeDatabase::codepointHasExtendedProperty(uint32_t codepoint,
 }
 
 uint32_t QNUnicodeDatabase::lineBreakForCodepoint(uint32_t codepoint) {
-  if (!_lineBreaks) readLineBreaks();
-  if (codepoint <= kLastCodepoint) return _lineBreakIndex->payloadAt(codepoint);
-  const int64_t value = _lineBreaks->valueForUnsignedIntegerKey(codepoint);
-  return value == NotFound ? missingLineBreak : static_cast<uint32_t>(value);
+  if (!_lineBreakIndex) readLineBreaks();
+  // The tree reads the low 21 bits of a key; a key it has no value for answers XX.
+  return std::min(_lineBreakIndex->payloadAt(codepoint & kLineBreakKeyMask), missingLineBreak);
 }

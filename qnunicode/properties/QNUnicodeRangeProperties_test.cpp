@@ -8,10 +8,16 @@
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/properties/QNUnicodePropertyMatching.h"
 #include "qnunicode/properties/QNUnicodePropertyTable.h"
+#include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/testing/QNTestSupport.h"
+#include "qnunicode/util/NotFound.h"
+#include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
+#include "qnunicode/util/QNUnicodePrefixTree.h"
 
 namespace {
 
+using qnunicode::QNScanner;
 using qnunicode::testing::LogCapture;
 using qnunicode::testing::ScratchDirectory;
 using Lines = std::vector<std::string>;
@@ -135,6 +141,184 @@ TEST(QNUnicodeRangeProperties, LineBreakReaderScansTheWholeTextWithoutSkipping) 
                    "UnicodeDatabase -readLineBreaks:: failed: ';' not scanned in line:",
                    "invalid line break class index '40', returning XX",
                    "invalid line break class index '4294967295', returning XX"}));
+}
+
+// ---- The readers as described, over the decoded text with the UTF-16 scanner -----------------
+// The database reads the files' bytes directly and keeps its own structures; these plain readers
+// say what it must answer.
+
+void logWithLine(const char* message, std::u16string_view line) {
+  QNLog(message);
+  QNLog(qnunicode::toUTF8(line));
+}
+
+std::optional<QNUnicodePropertyTable::Map> describedPropList(const std::string& path) {
+  const std::optional<UnicodeString> text = QNUnicode::stringWithContentsOfUTF8File(path);
+  if (!text) return std::nullopt;
+  QNUnicodePropertyTable::Map sets;
+  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
+    QNScanner scanner(line);
+    uint32_t first, last;
+    if (!scanner.scanHexInt(&first)) continue;
+    if (!scanner.scanString(u"..") || !scanner.scanHexInt(&last)) last = first;
+    scanner.scanUpToString(u";");
+    if (!scanner.scanString(u";")) {
+      logWithLine("UnicodeDatabase -readPropListOrScriptsFile:: failed: ';' not scanned in line:",
+                  line);
+      continue;
+    }
+    UnicodeString name;
+    if (!scanner.scanUpToString(u"#", &name)) {
+      logWithLine("UnicodeDatabase -readPropListOrScriptsFile:: failed: '#' not found in line:",
+                  line);
+      continue;
+    }
+    sets[QNUnicode::trimmedString(name)].addRange(first, last);
+  }
+  return sets;
+}
+
+// Sets every key of every range one by one, in file order.
+std::unique_ptr<QNUnicodePrefixTree> describedLineBreaks(const std::string& path) {
+  auto tree = std::make_unique<QNUnicodePrefixTree>(3, 0x10FFFF);
+  const std::optional<UnicodeString> text = QNUnicode::stringWithContentsOfUTF8File(path);
+  if (!text) return tree;
+  QNScanner scanner(*text, QNScanner::Skip::Nothing);
+  while (!scanner.isAtEnd()) {
+    uint32_t first, last;
+    UnicodeString name;
+    if (scanner.scanHexInt(&first)) {
+      if (!scanner.scanString(u"..") || !scanner.scanHexInt(&last)) last = first;
+      scanner.scanUpToString(u";");
+      if (!scanner.scanString(u";")) {
+        QNLog("UnicodeDatabase -readLineBreaks:: failed: ';' not scanned in line:");
+      } else if (!scanner.scanUpToString(u"#", &name)) {
+        QNLog("UnicodeDatabase -readLineBreaks:: failed: '#' not found in line:");
+      } else {
+        const uint32_t lineBreakClass =
+            QNUnicode_LineBreakClassForString(QNUnicode::trimmedString(name));
+        for (uint64_t key = first; key <= last; ++key) tree->setValue(lineBreakClass, key);
+      }
+    }
+    scanner.scanUpToString(u"\n");
+    scanner.scanString(u"\n");
+  }
+  return tree;
+}
+
+uint32_t describedLineBreak(const QNUnicodePrefixTree& tree, uint32_t key) {
+  const int64_t value = tree.valueForUnsignedIntegerKey(key);
+  return value == NotFound ? 39 : static_cast<uint32_t>(value);
+}
+
+// Reads LineBreak.txt of the directory through the database and through the described reader:
+// the same log lines, the same class for every key the tree tells apart (the low 21 bits), and
+// the same tree when the database is asked for it.
+void expectLineBreaksAsDescribed(const std::string& directory) {
+  LogCapture log;
+  QNUnicodeDatabase database({directory}, {});
+  database.lineBreakForCodepoint(0);
+  const std::vector<std::string> logged = log.lines();
+  log.clear();
+  const auto described = describedLineBreaks(directory + "/LineBreak.txt");
+  EXPECT_EQ(logged, log.lines());
+  for (uint32_t key = 0; key < (1u << 21); ++key) {
+    ASSERT_EQ(database.lineBreakForCodepoint(key), describedLineBreak(*described, key))
+        << std::hex << key;
+  }
+  for (uint32_t key : {0x200041u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+    EXPECT_EQ(database.lineBreakForCodepoint(key), describedLineBreak(*described, key));
+  }
+  const auto tree = database.lineBreaks();
+  EXPECT_EQ(tree->description(), described->description());
+  EXPECT_EQ(tree->nodeCount(), described->nodeCount());
+  EXPECT_EQ(database.lineBreaks(), tree);  // made once
+}
+
+// The names a walk over the sets finds, against the table's index, at every place where some
+// set begins or ends and on either side of it.
+void expectIndexAnswersAsTheSets(const QNUnicodePropertyTable& table) {
+  std::set<uint32_t> places{0, 0xFFFFFFFF};
+  for (const auto& [name, set] : table) {
+    for (const CodepointSet::Range& range : set.ranges()) {
+      for (uint32_t place : {range.first - 1, range.first, range.last, range.last + 1}) {
+        places.insert(place);
+      }
+    }
+  }
+  for (uint32_t c : places) {
+    std::vector<UnicodeString> walked;
+    for (const auto& [name, set] : table) {
+      if (set.contains(c)) walked.push_back(name);
+    }
+    ASSERT_EQ(table.namesForCodepoint(c), walked) << std::hex << c;
+    const QNUnicodePropertyTable::Matches matches = table.matchesForCodepoint(c);
+    ASSERT_EQ(matches.count, walked.size());
+    if (!walked.empty()) {
+      ASSERT_EQ(*matches.first, walked.front());
+      ASSERT_EQ(*matches.last, walked.back());
+    }
+  }
+}
+
+TEST(QNUnicodeRangeProperties, BytesBeyondASCIIAreReadAsTheirCharactersAre) {
+  // White space of every width around numbers and names, names and class texts beyond ASCII,
+  // CR LF line ends, bad lines.
+  ScratchDirectory data;
+  data.write("PropList.txt",
+             "# PropList \xC2\xA9\n\xC2\xA0"
+             "0041..0043\xE3\x80\x80;\xC2\x85Upper\xE2\x80\xA8# x\r\n"
+             "0044 ; \xC3\x9C"
+             "ber \xE2\x80\x8B# a name ending in a zero width space\n"
+             "\xE1\x9A\x80"
+             "0045;\tUpper\r\n\xE2\x80\x8B"
+             "0046 ; Upper # not a data line\n"
+             "0047 \xE2\x81\x9F;\xE2\x81\x9F# \xC3\xA9 nothing but white space\n"
+             "0048 \xC3\xA9 no semicolon\n0049..004A;\xC3\x9C"
+             "ber");
+  data.write(
+      "LineBreak.txt",
+      "# LineBreak \xC2\xA9\n0041..0043;\xE3\x80\x80"
+      "AL\xC2\xA0# letters\n"
+      "0044;\xC3\x84L # beyond ASCII\n0045;  BA #\r\n0046..0048;\xE2\x80\xA8NU\xE2\x80\xA9#\n"
+      "0050 \xC3\xA9 no semicolon\n0060;ID # taken by the line above\n"
+      "00C0..00C3;#\n110000..11000F;ID # beyond the last codepoint\n1FFFF0..1FFFFF;AL\n");
+  LogCapture log;
+  QNUnicodeDatabase database({data.path()}, {});
+  const auto table = database.extendedProperties();
+  const std::vector<std::string> logged = log.lines();
+  log.clear();
+  EXPECT_EQ(table->sets(), describedPropList(data.path() + "/PropList.txt"));
+  EXPECT_EQ(logged, log.lines());
+  EXPECT_EQ(table->sets().size(), 3u);
+  expectIndexAnswersAsTheSets(*table);
+  expectLineBreaksAsDescribed(data.path());
+  EXPECT_EQ(lineBreakName(database, 0x41) + lineBreakName(database, 0x47), "ALNU");
+  // Keys set again or out of order meet the tree's collapsing.
+  for (const char* text :
+       {"0000..0007;AL#\n0003;BA#\n", "0010..001F;AL#\n0008..000F;AL#\n0000..0007;BA#\n",
+        "0041;AL#\n0041;AL#\n", "1FFFFE..200001;BA#\n0001;AL#\n",
+        "200000..200007;AL#\n0000..0007;BA#\n0008;CM#\n", "0100..0200;AL#\n0180;BA#\n"}) {
+    data.write("LineBreak.txt", text);
+    expectLineBreaksAsDescribed(data.path());
+  }
+}
+
+TEST(QNUnicodeRangePropertiesReal, TablesHoldWhatTheDescribedReadersRead) {
+  const std::string directory = qnunicode::testing::ucdDirectory();
+  QNUnicodeDatabase database({directory}, {});
+  for (const char* name :
+       {"PropList", "DerivedCoreProperties", "Scripts", "DerivedAge", "HangulSyllableType"}) {
+    const auto table = database.readPropListOrScriptsFile(qnunicode::fromUTF8(name));
+    ASSERT_TRUE(table) << name;
+    const auto described =
+        describedPropList(qnunicode::testing::ucdFile(std::string(name) + ".txt"));
+    ASSERT_TRUE(described) << name;
+    EXPECT_GT(described->size(), 1u) << name;
+    EXPECT_EQ(table->sets(), *described) << name;
+    expectIndexAnswersAsTheSets(*table);
+  }
+  expectLineBreaksAsDescribed(directory);
 }
 
 UnicodeString icuName(UProperty property, uint32_t c, UPropertyNameChoice choice) {
