@@ -4,6 +4,7 @@
 #include <array>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
@@ -259,36 +260,44 @@ std::shared_ptr<const QNUnicodeCaseFoldingTable> QNUnicodeDatabase::caseFolding(
 void QNUnicodeDatabase::readCaseFolding() {
   auto table = std::make_shared<QNUnicodeCaseFoldingTable>();
   _caseFolding = table;
-  const std::optional<UnicodeString> text = dataFileTextWithPrefix(QNUnicodeFilePrefixCaseFolding);
-  if (!text) {
+  const qnunicode::detail::UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCaseFolding));
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCaseFolding);
     // The empty table stays: the file is not looked for again.
     table->prepareLookups();
     return;
   }
 
   // Only a line feed ends a line; the scanner passes over the rest of the white space, CR too.
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
-    if (!line.empty() && line[0] == u'#') continue;
-    qnunicode::QNScanner scanner(line);
+  // Lines of one status mostly follow each other, so the status text of the line before is kept.
+  std::string_view previousStatus;
+  UnicodeString status;
+  qnunicode::detail::LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    if (!line.empty() && line[0] == '#') continue;
+    qnunicode::QNUTF8Scanner scanner(line);
     uint32_t code = 0;
-    UnicodeString status;
-    if (!scanner.scanHexInt(&code) || !scanner.scanString(u";") ||
-        !scanner.scanUpToString(u";", &status) || !scanner.scanString(u";")) {
+    std::string_view statusText;
+    if (!scanner.scanHexInt(&code) || !scanner.scanString(";") ||
+        !scanner.scanUpToString(";", &statusText) || !scanner.scanString(";")) {
       continue;  // blank lines and stray text
     }
+    if (statusText != previousStatus || status.empty()) {
+      status = qnunicode::utf16FromUTF8(statusText);
+      previousStatus = statusText;
+    }
     UnicodeString mapping;
-    while (!scanner.scanString(u";")) {
+    while (!scanner.scanString(";")) {
       uint32_t codepoint = 0;
       if (!scanner.scanHexInt(&codepoint)) {
-        QNLogFormat("could not parse CaseFolding line: %s", qnunicode::logText(line).c_str());
+        QNLogFormat("could not parse CaseFolding line: %s", std::string(line).c_str());
         mapping.clear();
         break;
       }
       mapping += QNUnicode::stringWithCodepoint(codepoint);
     }
     if (mapping.empty()) {
-      QNLogFormat("parsed empty CaseFolding mapping from line: %s",
-                  qnunicode::logText(line).c_str());
+      QNLogFormat("parsed empty CaseFolding mapping from line: %s", std::string(line).c_str());
       continue;
     }
     table->setFolding(status, code, std::move(mapping));

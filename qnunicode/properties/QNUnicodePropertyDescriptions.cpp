@@ -5,6 +5,7 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
@@ -68,26 +69,57 @@ std::shared_ptr<const QNUnicodePropertyValueAliases> QNUnicodeDatabase::property
   return _propertyValueAliases;
 }
 
+namespace {
+
+// A field of PropertyValueAliases trimmed of blanks and tabs, lower-cased when asked. ASCII
+// fields are handled as bytes; any other goes through its UTF-16 form.
+UnicodeString aliasField(std::string_view field, bool lowercase) {
+  if (!qnunicode::isASCII(field)) {
+    const UnicodeString text = qnunicode::utf16FromUTF8(field);
+    return lowercase ? lowercased(trimmedOfBlanksAndTabs(text))
+                     : UnicodeString(trimmedOfBlanksAndTabs(text));
+  }
+  while (!field.empty() && (field.front() == ' ' || field.front() == '\t')) field.remove_prefix(1);
+  while (!field.empty() && (field.back() == ' ' || field.back() == '\t')) field.remove_suffix(1);
+  UnicodeString result(field.size(), u'\0');
+  for (size_t i = 0; i < field.size(); ++i) {
+    const char c = field[i];
+    result[i] = static_cast<char16_t>(lowercase && c >= 'A' && c <= 'Z' ? c + 0x20 : c);
+  }
+  return result;
+}
+
+}  // namespace
+
 bool QNUnicodeDatabase::readPropertyValueAliases() {
   // The table exists before the file is looked for, so a missing file is not looked for again
   // (and, unlike the other data files, goes unreported).
   _propertyValueAliases = std::make_shared<QNUnicodePropertyValueAliases>();
   QNUnicodePropertyValueAliases& table = *_propertyValueAliases;
-  const std::optional<std::string> path =
-      filenameWithPrefix(QNUnicodeFilePrefixPropertyValueAliases);
-  std::optional<UnicodeString> text;
-  if (path) text = QNUnicode::stringWithContentsOfUTF8File(*path);
-  if (!text) return false;
+  const qnunicode::detail::UTF8DataFile file(
+      filenameWithPrefix(QNUnicodeFilePrefixPropertyValueAliases));
+  if (!file.isReadable()) return false;
 
   // Every message names the file's line count where the line number would stand.
-  const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
-  const int lineCount = static_cast<int>(lines.size());
-  for (std::u16string_view line : lines) {
-    if (line.empty() || line[0] == u'#') continue;
-    const size_t comment = line.find(u'#');
-    if (comment != std::u16string_view::npos) line = line.substr(0, comment);
+  const int lineCount = static_cast<int>(qnunicode::detail::lineCount(file.bytes()));
+  std::vector<std::string_view> fields;
+  // Lines of one property come in runs: the map of the line before is kept at hand, under the
+  // property field as written.
+  std::string_view previousPropertyField;
+  QNUnicodePropertyValueMap* previousValues = nullptr;
+  bool previousIsCCC = false;
+  qnunicode::detail::LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    if (line.empty() || line[0] == '#') continue;
+    line = line.substr(0, line.find('#'));  // the comment goes
 
-    std::vector<std::u16string_view> fields = qnunicode::splitAt(line, u';');
+    fields.clear();
+    for (size_t start = 0;;) {
+      const size_t end = line.find(';', start);
+      fields.push_back(line.substr(start, end == std::string_view::npos ? end : end - start));
+      if (end == std::string_view::npos) break;
+      start = end + 1;
+    }
     if (fields.size() < 3) {
       QNLogFormat(
           "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Line %i contains %i fields "
@@ -95,20 +127,25 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
           lineCount, static_cast<int>(fields.size()));
       continue;
     }
-    const UnicodeString property = lowercased(trimmedOfBlanksAndTabs(fields[0]));
-    if (property.empty()) {
-      QNLogFormat(
-          "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Could not find property in "
-          "line %i. Ignoring line.",
-          lineCount);
-      continue;
+    if (!previousValues || fields[0] != previousPropertyField) {
+      const UnicodeString property = aliasField(fields[0], true);
+      if (property.empty()) {
+        QNLogFormat(
+            "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Could not find property in "
+            "line %i. Ignoring line.",
+            lineCount);
+        continue;
+      }
+      // The property's map stays even when the rest of the line is then rejected.
+      previousValues = &table[property];
+      previousPropertyField = fields[0];
+      previousIsCCC = property == u"ccc";
     }
-    // The property's map stays even when the rest of the line is then rejected.
-    QNUnicodePropertyValueMap& values = table[property];
+    QNUnicodePropertyValueMap& values = *previousValues;
 
     size_t valueField = 1;
     std::optional<int64_t> numericClass;
-    if (property == u"ccc") {
+    if (previousIsCCC) {
       if (fields.size() < 4) {
         QNLogFormat(
             "QNUnicode::UnicodeDatabase -readPropertyValueAliases: ccc line %i contains %i "
@@ -118,14 +155,14 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
       }
       // The class number, read the way a text's integer value is: leading white space passed
       // over, an optional sign, the digits up to the first other character, 0 without any.
-      qnunicode::QNScanner scanner(fields[1]);
+      qnunicode::QNUTF8Scanner scanner(fields[1]);
       int32_t number = 0;
       if (!scanner.scanInt(&number)) number = 0;
       numericClass = number;
       valueField = 2;
     }
 
-    const UnicodeString value = lowercased(trimmedOfBlanksAndTabs(fields[valueField]));
+    UnicodeString value = aliasField(fields[valueField], true);
     if (value.empty()) {
       QNLogFormat(
           "QNUnicode::UnicodeDatabase -readPropertyValueAliases: Could not find property value "
@@ -134,15 +171,12 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
       continue;
     }
 
-    std::vector<UnicodeString> aliases;
+    std::vector<UnicodeString>& byName = values[QNUnicodePropertyValueKey(std::move(value))];
+    std::vector<UnicodeString>* byNumber =
+        numericClass ? &values[QNUnicodePropertyValueKey(*numericClass)] : nullptr;
     for (size_t field = valueField + 1; field < fields.size(); ++field) {
-      aliases.emplace_back(trimmedOfBlanksAndTabs(fields[field]));
-    }
-    std::vector<UnicodeString>& byName = values[QNUnicodePropertyValueKey(value)];
-    byName.insert(byName.end(), aliases.begin(), aliases.end());
-    if (numericClass) {
-      std::vector<UnicodeString>& byNumber = values[QNUnicodePropertyValueKey(*numericClass)];
-      byNumber.insert(byNumber.end(), aliases.begin(), aliases.end());
+      byName.push_back(aliasField(fields[field], false));
+      if (byNumber) byNumber->push_back(byName.back());
     }
   }
   return true;

@@ -2,15 +2,20 @@
 // composition exclusions and the Arabic shaping records. Each reader stores its empty table
 // before it looks for the file, so a missing file is reported once and never looked for again.
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
+
+using qnunicode::detail::LineCursor;
+using qnunicode::detail::UTF8DataFile;
 
 // ---- Jamo ----------------------------------------------------------------------------------
 
@@ -21,18 +26,22 @@ std::shared_ptr<const QNUnicodeJamoShortNames> QNUnicodeDatabase::jamoShortNames
 
 void QNUnicodeDatabase::readJamoShortNames() {
   _jamoShortNames = std::make_shared<QNUnicodeJamoShortNames>();
-  const std::optional<UnicodeString> text = dataFileTextWithPrefix(QNUnicodeFilePrefixJamo);
-  if (!text) return;
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
-    if (!line.empty() && line.front() == u'#') continue;
-    qnunicode::QNScanner scanner(line);
+  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixJamo));
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixJamo);
+    return;
+  }
+  LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    if (!line.empty() && line.front() == '#') continue;
+    qnunicode::QNUTF8Scanner scanner(line);
     uint32_t codepoint = 0;
-    if (!scanner.scanHexInt(&codepoint) || !scanner.scanString(u";")) continue;
+    if (!scanner.scanHexInt(&codepoint) || !scanner.scanString(";")) continue;
     // An empty short name directly followed by its comment collects nothing: such a jamo (the
     // silent IEUNG) gets no entry at all.
-    UnicodeString name;
-    if (!scanner.scanUpToString(u"#", &name)) continue;
-    (*_jamoShortNames)[codepoint] = QNUnicode::trimmedString(name);
+    std::string_view name;
+    if (!scanner.scanUpToString("#", &name)) continue;
+    (*_jamoShortNames)[codepoint] = qnunicode::utf16FromUTF8(qnunicode::trimmedUTF8(name));
   }
 }
 
@@ -53,11 +62,14 @@ std::shared_ptr<const std::vector<uint32_t>> QNUnicodeDatabase::compositionExclu
 void QNUnicodeDatabase::readCompositionExclusions() {
   _compositionExclusions = std::make_shared<std::vector<uint32_t>>();
   _compositionExclusions->reserve(200);
-  const std::optional<UnicodeString> text =
-      dataFileTextWithPrefix(QNUnicodeFilePrefixCompositionExclusions);
-  if (!text) return;
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
-    qnunicode::QNScanner scanner(line);
+  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCompositionExclusions));
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCompositionExclusions);
+    return;
+  }
+  LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    qnunicode::QNUTF8Scanner scanner(line);
     uint32_t codepoint = 0;
     // File order, duplicates kept; what follows the number is its comment.
     if (scanner.scanHexInt(&codepoint)) _compositionExclusions->push_back(codepoint);
@@ -73,12 +85,22 @@ std::shared_ptr<const QNUnicodeArabicShapings> QNUnicodeDatabase::arabicShapings
 
 void QNUnicodeDatabase::readArabicShapings() {
   _arabicShapings = std::make_shared<QNUnicodeArabicShapings>();
-  const std::optional<UnicodeString> text =
-      dataFileTextWithPrefix(QNUnicodeFilePrefixArabicShaping);
-  if (!text) return;
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
+  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixArabicShaping));
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixArabicShaping);
+    return;
+  }
+  // Each line is made a record from its UTF-16 form, in one buffer used again for every line.
+  UnicodeString buffer;
+  LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    // Comments and lines without exactly three ";" make no record.
+    if ((!line.empty() && line.front() == '#') || std::count(line.begin(), line.end(), ';') != 3) {
+      continue;
+    }
+    qnunicode::assignUTF16FromUTF8(buffer, line);
     std::shared_ptr<const QNUnicodeArabicShaping> record =
-        QNUnicodeArabicShaping::arabicShapingWithString(line);
+        QNUnicodeArabicShaping::arabicShapingWithString(buffer);
     // A later line for the same codepoint replaces an earlier one.
     if (record) (*_arabicShapings)[record->codeValue()] = std::move(record);
   }

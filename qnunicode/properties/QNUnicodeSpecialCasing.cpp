@@ -1,8 +1,10 @@
 #include "qnunicode/properties/QNUnicodeSpecialCasing.h"
 
+#include <algorithm>
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNScanner.h"
 
@@ -89,15 +91,23 @@ void QNUnicodeDatabase::readSpecialCasings() {
   auto table = std::make_shared<QNUnicodeSpecialCasings>();
   table->reserve(100);
   _specialCasings = table;
-  const std::optional<UnicodeString> text =
-      dataFileTextWithPrefix(QNUnicodeFilePrefixSpecialCasing);
-  if (!text) {
+  const qnunicode::detail::UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixSpecialCasing));
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixSpecialCasing);
     // The empty table stays: the file is not looked for again.
     return;
   }
-  for (std::u16string_view line : qnunicode::splitAt(*text, u'\n')) {
+  // Each line is made a record from its UTF-16 form, in one buffer used again for every line.
+  UnicodeString buffer;
+  qnunicode::detail::LineCursor lines(file.bytes());
+  for (std::string_view line; lines.next(&line);) {
+    // Comments and lines with fewer than four ";" make no record.
+    if ((!line.empty() && line[0] == '#') || std::count(line.begin(), line.end(), ';') < 4) {
+      continue;
+    }
+    qnunicode::assignUTF16FromUTF8(buffer, line);
     std::shared_ptr<const QNUnicodeSpecialCasing> record =
-        QNUnicodeSpecialCasing::specialCasingWithString(line);
+        QNUnicodeSpecialCasing::specialCasingWithString(buffer);
     if (!record) continue;
     QNUnicodeSpecialCasingList& list = (*table)[record->codeValue()];
     if (list.empty()) list.reserve(2);
