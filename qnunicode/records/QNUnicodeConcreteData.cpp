@@ -294,70 +294,61 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
                                                                        const char* sentinel,
                                                                        size_t* bytesRead) {
   QNUnicodeConcreteData record;
-  const char* cursor = bytes;
   // Separator searches run across line ends and fail only at the sentinel.
   // The separators of the fourteen first fields, found in one pass; the fields are then taken
-  // one by one, so that a missing separator is noticed (and logged) where the field is read.
+  // in order, so that a missing separator is noticed (and logged) where its field is reached.
   std::array<const char*, 14> separators;
   const size_t separatorCount = findSeparators(bytes, sentinel, separators);
-  size_t fieldNumber = 0;
-  auto nextField = [&](std::string_view* field) {
-    if (fieldNumber >= separatorCount) {
-      QNLog("no data");
-      return false;
-    }
-    const char* end = separators[fieldNumber++];
-    *field = std::string_view(cursor, static_cast<size_t>(end - cursor));
-    cursor = end + 1;
-    return true;
+  auto reached = [separatorCount](size_t field) {
+    if (field < separatorCount) return true;
+    QNLog("no data");
+    return false;
+  };
+  // Field 14 runs to the line feed: set below, once the other fields are there.
+  std::string_view titlecaseField;
+  auto field = [&](size_t number) {
+    if (number == 14) return titlecaseField;
+    const char* begin = number == 0 ? bytes : separators[number - 1] + 1;
+    return std::string_view(begin, static_cast<size_t>(separators[number] - begin));
   };
 
-  std::array<std::string_view, 15> fields;
-  if (!nextField(&fields[0])) return std::nullopt;
-  record._codepoint = hexadecimalValue(fields[0]);
-  for (int field = 1; field <= 3; ++field) {
-    if (!nextField(&fields[field])) return std::nullopt;
-  }
-  record._canonicalCombiningClass = unsignedDecimalValue(fields[3]);
-  for (int field = 4; field <= 8; ++field) {
-    if (!nextField(&fields[field])) return std::nullopt;
-  }
+  if (!reached(0)) return std::nullopt;
+  record._codepoint = hexadecimalValue(field(0));
+  if (!reached(3)) return std::nullopt;
+  record._canonicalCombiningClass = unsignedDecimalValue(field(3));
+  if (!reached(8)) return std::nullopt;
+  const char* cursor = separators[8] + 1;
 
   // Text fields are UTF-8; one that does not decode is absent. Only a line with bytes above
   // ASCII needs the decoded copies.
   bool lineIsASCII = isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes)));
-  std::optional<std::array<std::optional<UnicodeString>, 15>> decoded;
+  std::unique_ptr<std::array<std::optional<UnicodeString>, 15>> decoded;
   TextInputs texts;
   // Fills texts[slot] (absent until then) from the bytes of a field.
-  auto takeText = [&](TextField slot, int field, bool keepEmpty) {
+  auto takeText = [&](TextField slot, size_t number, bool keepEmpty) {
     TextInput& input = texts[slot];
-    const std::string_view bytesOfField = fields[field];
+    const std::string_view bytesOfField = field(number);
     if (bytesOfField.empty() && !keepEmpty) return;
     if (lineIsASCII || isASCII(bytesOfField)) {
-      input.present = true;
-      input.narrow = bytesOfField;
+      input.setNarrow(bytesOfField);
       return;
     }
-    if (!decoded) decoded.emplace();
-    std::optional<UnicodeString>& text = (*decoded)[static_cast<size_t>(field)];
-    if ((text = qnunicode::decodeUTF8(bytesOfField))) {
-      input.present = true;
-      input.wide = true;
-      input.units = *text;
-    }
+    if (!decoded) decoded = std::make_unique<std::array<std::optional<UnicodeString>, 15>>();
+    std::optional<UnicodeString>& text = (*decoded)[number];
+    if ((text = qnunicode::decodeUTF8(bytesOfField))) input.setUnits(*text);
   };
   takeText(NumericValueStringField, 8, false);
 
-  if (!fields[8].empty()) {
-    const WideText decimalDigit(fields[6]);
-    const WideText digit(fields[7]);
+  if (!field(8).empty()) {
+    const WideText decimalDigit(field(6));
+    const WideText digit(field(7));
     std::optional<std::u16string_view> numericText;
     std::optional<WideText> numericASCII;
     const TextInput& numeric = texts[NumericValueStringField];
     if (numeric.present && numeric.wide) {
-      numericText = numeric.units;
+      numericText = numeric.units();
     } else if (numeric.present) {
-      numericASCII.emplace(numeric.narrow);
+      numericASCII.emplace(numeric.narrow());
       numericText = numericASCII->view();
     }
     QNUnicodeNumericType type = QNUnicodeNumericTypeNone;
@@ -366,16 +357,15 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
     record._numericType = type;
   }
 
-  if (!nextField(&fields[9])) return std::nullopt;
-  const char mirrored = fields[9].empty() ? ';' : fields[9].front();
+  if (!reached(9)) return std::nullopt;
+  const char mirrored = field(9).empty() ? ';' : field(9).front();
   if (mirrored == 'Y') {
     record.setFlag(MirroredFlag, true);
   } else if (mirrored != 'N') {
     QNLog("Unexpected mirrored value in UnicodeData.txt (ignoring)");
   }
-  for (int field = 10; field <= 13; ++field) {
-    if (!nextField(&fields[field])) return std::nullopt;
-  }
+  if (!reached(13)) return std::nullopt;
+  cursor = separators[13] + 1;
 
   // Field 14 runs to the line feed or the sentinel. Its length is taken as the distance to the
   // byte after the terminator minus one, so data that ends without a line feed loses its last
@@ -383,7 +373,7 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   const char* lineFeed = findByte(cursor, sentinel, '\n');
   const char* next = lineFeed ? lineFeed + 1 : sentinel;
   const size_t titlecaseLength = cursor < next ? static_cast<size_t>(next - cursor) - 1 : 0;
-  fields[14] = std::string_view(cursor, titlecaseLength);
+  titlecaseField = std::string_view(cursor, titlecaseLength);
   lineIsASCII =
       isASCII(std::string_view(bytes, static_cast<size_t>(cursor - bytes) + titlecaseLength));
 
@@ -396,7 +386,7 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   takeText(UppercaseField, 12, false);
   takeText(LowercaseField, 13, false);
   takeText(TitlecaseField, 14, false);
-  if (fields[14].empty() && texts[UppercaseField].present) {
+  if (titlecaseField.empty() && texts[UppercaseField].present) {
     logTitlecaseFallback(record._codepoint);
     texts[TitlecaseField] = texts[UppercaseField];
   }
@@ -405,8 +395,8 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
   const TextInput& mapping = texts[DecompositionField];
   if (mapping.present) {
     const bool compatibility =
-        mapping.wide ? parseDecomposition(mapping.units, decomposition)
-                     : parseDecomposition(WideText(mapping.narrow).view(), decomposition);
+        mapping.wide ? parseDecomposition(mapping.units(), decomposition)
+                     : parseDecomposition(WideText(mapping.narrow()).view(), decomposition);
     record.setFlag(HasDecompositionArrayFlag, true);
     record.setFlag(CompatibilityMappingFlag, compatibility);
     record.setFlag(CanonicalMappingFlag, !compatibility);
@@ -499,11 +489,7 @@ std::shared_ptr<QNUnicodeConcreteData> QNUnicodeConcreteData::unicodeDataWithSca
   TextInputs texts;
   auto input = [](const std::optional<UnicodeString>& text) {
     TextInput in;
-    if (text) {
-      in.present = true;
-      in.wide = true;
-      in.units = *text;
-    }
+    if (text) in.setUnits(*text);
     return in;
   };
   texts[NameField] = input(name);
@@ -546,9 +532,7 @@ QNUnicodeConcreteData::QNUnicodeConcreteData(const QNUnicodeData& other) {
 
   TextInputs texts;
   for (size_t field = 0; field < TextFieldCount; ++field) {
-    texts[field].present = true;
-    texts[field].wide = true;
-    texts[field].units = values[field];
+    texts[field].setUnits(values[field]);
   }
   store(array ? *array : std::span<const uint32_t>(), texts);
   setFlag(HasDecompositionArrayFlag, array.has_value());
@@ -574,10 +558,10 @@ void QNUnicodeConcreteData::store(std::span<const uint32_t> decomposition,
   for (const TextInput& text : texts) {
     if (!text.present) continue;
     if (text.wide) {
-      total += text.units.size();
-      if (!isASCII(text.units)) wide = true;
+      total += text.size;
+      if (!isASCII(text.units())) wide = true;
     } else {
-      total += text.narrow.size();
+      total += text.size;
     }
   }
   // The field ends are 32-bit: a line of four billion units would not fit, and is cut.
@@ -599,21 +583,22 @@ void QNUnicodeConcreteData::store(std::span<const uint32_t> decomposition,
     const TextInput& text = texts[field];
     if (text.present) {
       present |= static_cast<uint16_t>(1u << field);
-      const size_t length = static_cast<size_t>(
-          std::min<uint64_t>(text.wide ? text.units.size() : text.narrow.size(), total - position));
+      const size_t length = static_cast<size_t>(std::min<uint64_t>(text.size, total - position));
       if (wide) {
         auto* out = reinterpret_cast<char16_t*>(textStart) + position;
         if (text.wide) {
-          std::memcpy(out, text.units.data(), length * sizeof(char16_t));
+          std::memcpy(out, text.data, length * sizeof(char16_t));
         } else {
-          for (size_t i = 0; i < length; ++i) out[i] = static_cast<unsigned char>(text.narrow[i]);
+          const std::string_view narrow = text.narrow();
+          for (size_t i = 0; i < length; ++i) out[i] = static_cast<unsigned char>(narrow[i]);
         }
       } else {
         auto* out = reinterpret_cast<char*>(textStart) + position;
         if (text.wide) {
-          for (size_t i = 0; i < length; ++i) out[i] = static_cast<char>(text.units[i]);
+          const std::u16string_view units = text.units();
+          for (size_t i = 0; i < length; ++i) out[i] = static_cast<char>(units[i]);
         } else if (length > 0) {
-          std::memcpy(out, text.narrow.data(), length);
+          std::memcpy(out, text.data, length);
         }
       }
       position += length;
@@ -635,15 +620,14 @@ QNUnicodeConcreteData::TextInputs QNUnicodeConcreteData::currentTexts() const {
     if (!(_presentTexts & (1u << field))) continue;
     const uint32_t begin = field == 0 ? 0 : _textEnds[field - 1];
     const uint32_t length = _textEnds[field] - begin;
-    texts[field].present = true;
-    if (length == 0) continue;
-    if (flag(WideTextFlag)) {
-      texts[field].wide = true;
-      texts[field].units =
-          std::u16string_view(reinterpret_cast<const char16_t*>(textStart) + begin, length);
+    if (length == 0) {
+      texts[field].setNarrow({});
+    } else if (flag(WideTextFlag)) {
+      texts[field].setUnits(
+          std::u16string_view(reinterpret_cast<const char16_t*>(textStart) + begin, length));
     } else {
-      texts[field].narrow =
-          std::string_view(reinterpret_cast<const char*>(textStart) + begin, length);
+      texts[field].setNarrow(
+          std::string_view(reinterpret_cast<const char*>(textStart) + begin, length));
     }
   }
   return texts;

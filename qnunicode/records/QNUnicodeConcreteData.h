@@ -89,12 +89,26 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
     TitlecaseField,
     TextFieldCount,
   };
-  // One text field on its way into the record: absent, or ASCII bytes, or UTF-16 units.
+  // One text field on its way into the record: absent, or ASCII bytes, or UTF-16 units. Only
+  // the flags start set: the byte parse makes ten of these per line.
   struct TextInput {
     bool present = false;
     bool wide = false;
-    std::string_view narrow;
-    std::u16string_view units;
+    const void* data;
+    size_t size;  // in bytes or units
+
+    void setNarrow(std::string_view text) { set(false, text.data(), text.size()); }
+    void setUnits(std::u16string_view text) { set(true, text.data(), text.size()); }
+    std::string_view narrow() const { return {static_cast<const char*>(data), size}; }
+    std::u16string_view units() const { return {static_cast<const char16_t*>(data), size}; }
+
+   private:
+    void set(bool isWide, const void* start, size_t length) {
+      present = true;
+      wide = isWide;
+      data = start;
+      size = length;
+    }
   };
   using TextInputs = std::array<TextInput, TextFieldCount>;
 
