@@ -13,12 +13,22 @@ bool isWellFormedUTF8(std::string_view bytes) {
   const auto* in = reinterpret_cast<const uint8_t*>(bytes.data());
   const size_t size = bytes.size();
   for (size_t i = 0; i < size;) {
-    // ASCII runs sixteen bytes at a time.
-    if (size - i >= 16) {
-      uint64_t words[2];
-      std::memcpy(words, in + i, 16);
-      if (((words[0] | words[1]) & 0x8080808080808080ull) == 0) {
-        i += 16;
+    // ASCII runs 64 bytes at a time, then 8.
+    if (size - i >= 64) {
+      uint64_t words[8];
+      std::memcpy(words, in + i, 64);
+      uint64_t any = 0;
+      for (uint64_t word : words) any |= word;
+      if ((any & 0x8080808080808080ull) == 0) {
+        i += 64;
+        continue;
+      }
+    }
+    if (size - i >= 8) {
+      uint64_t word;
+      std::memcpy(&word, in + i, 8);
+      if ((word & 0x8080808080808080ull) == 0) {
+        i += 8;
         continue;
       }
     }

@@ -1,6 +1,7 @@
 // Readable descriptions of property values: the alias table read from PropertyValueAliases, the
 // decomposition-tag descriptions read from the host's description directories, and one
 // description operation per property.
+#include <algorithm>
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
@@ -171,9 +172,19 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
       continue;
     }
 
+    // The aliases are appended as one block, so each list grows as an insertion of the block
+    // would make it grow, and holds no more room than that.
+    const size_t aliasCount = fields.size() - valueField - 1;
+    const auto makeRoom = [aliasCount](std::vector<UnicodeString>& list) {
+      if (list.size() + aliasCount > list.capacity()) {
+        list.reserve(list.size() + std::max(list.size(), aliasCount));
+      }
+    };
     std::vector<UnicodeString>& byName = values[QNUnicodePropertyValueKey(std::move(value))];
     std::vector<UnicodeString>* byNumber =
         numericClass ? &values[QNUnicodePropertyValueKey(*numericClass)] : nullptr;
+    makeRoom(byName);
+    if (byNumber) makeRoom(*byNumber);
     for (size_t field = valueField + 1; field < fields.size(); ++field) {
       byName.push_back(aliasField(fields[field], false));
       if (byNumber) byNumber->push_back(byName.back());

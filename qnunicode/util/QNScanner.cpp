@@ -239,53 +239,10 @@ void assignUTF16FromUTF8(UnicodeString& text, std::string_view bytes) {
   }
 }
 
-bool QNUTF8Scanner::scanHexInt(uint32_t* value) {
-  // The digit values of the bytes, -1 for a byte that is no hexadecimal digit.
-  static constexpr auto kDigits = [] {
-    std::array<int8_t, 256> digits{};
-    for (int byte = 0; byte < 256; ++byte)
-      digits[byte] = static_cast<int8_t>(hexDigitValue(static_cast<char16_t>(byte)));
-    return digits;
-  }();
-  const auto digitAt = [&](size_t i) { return kDigits[static_cast<uint8_t>(_text[i])]; };
-  size_t position = skipped(_location);
-  const size_t size = _text.size();
-  if (size - position > 2 && _text[position] == '0' &&
-      (_text[position + 1] == 'x' || _text[position + 1] == 'X') && digitAt(position + 2) >= 0) {
-    position += 2;
-  }
-  const size_t first = position;
-  uint64_t result = 0;
-  for (int digit; position < size && (digit = digitAt(position)) >= 0; ++position) {
-    result = (result << 4) | static_cast<uint64_t>(digit);
-    if (result > 0xFFFFFFFFu) result = 0x1FFFFFFFFull;  // stays saturated, no wrap-around
-  }
-  if (position == first) return false;
-  if (value) *value = result > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(result);
-  _location = position;
-  return true;
-}
-
 bool QNUTF8Scanner::scanInt(int32_t* value) {
   const size_t end = decimalNumberEnd(_text, skipped(_location), value);
   if (end == kNoMatch) return false;
   _location = end;
-  return true;
-}
-
-bool QNUTF8Scanner::scanUpToString(std::string_view literal, std::string_view* into) {
-  const size_t first = skipped(_location);
-  // An empty literal is never found, so everything up to the end is collected.
-  size_t found = std::string_view::npos;
-  if (literal.size() == 1) {
-    found = _text.find(literal[0], first);
-  } else if (!literal.empty()) {
-    found = _text.find(literal, first);
-  }
-  const size_t position = std::min(found, _text.size());
-  if (position == first) return false;
-  if (into) *into = _text.substr(first, position - first);
-  _location = position;
   return true;
 }
 

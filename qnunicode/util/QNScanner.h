@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -104,7 +106,25 @@ class QNUTF8Scanner {
   std::string_view text() const { return _text; }
   std::string_view remainingText() const { return _text.substr(_location); }
 
-  bool scanHexInt(uint32_t* value);
+  bool scanHexInt(uint32_t* value) {
+    const auto digitAt = [&](size_t i) { return kHexDigitValues[static_cast<uint8_t>(_text[i])]; };
+    size_t position = skipped(_location);
+    const size_t size = _text.size();
+    if (size - position > 2 && _text[position] == '0' &&
+        (_text[position + 1] == 'x' || _text[position + 1] == 'X') && digitAt(position + 2) >= 0) {
+      position += 2;
+    }
+    const size_t first = position;
+    uint64_t result = 0;
+    for (int digit; position < size && (digit = digitAt(position)) >= 0; ++position) {
+      result = (result << 4) | static_cast<uint64_t>(digit);
+      if (result > 0xFFFFFFFFu) result = 0x1FFFFFFFFull;  // stays saturated, no wrap-around
+    }
+    if (position == first) return false;
+    if (value) *value = result > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(result);
+    _location = position;
+    return true;
+  }
   bool scanInt(int32_t* value);
   // The literal is ASCII.
   bool scanString(std::string_view literal) {
@@ -117,10 +137,36 @@ class QNUTF8Scanner {
     return true;
   }
   // The collected bytes are a view into the text.
-  bool scanUpToString(std::string_view literal, std::string_view* into = nullptr);
+  bool scanUpToString(std::string_view literal, std::string_view* into = nullptr) {
+    const size_t first = skipped(_location);
+    // An empty literal is never found, so everything up to the end is collected.
+    size_t found = std::string_view::npos;
+    if (literal.size() == 1) {
+      found = _text.find(literal[0], first);
+    } else if (!literal.empty()) {
+      found = _text.find(literal, first);
+    }
+    const size_t position = std::min(found, _text.size());
+    if (position == first) return false;
+    if (into) *into = _text.substr(first, position - first);
+    _location = position;
+    return true;
+  }
 
  private:
-  // ASCII white space is passed over here; anything above 0x7F goes to skippedBeyondASCII.
+  // The value of each byte as a hexadecimal digit, -1 for any other byte.
+  static constexpr std::array<int8_t, 256> kHexDigitValues = [] {
+    std::array<int8_t, 256> values{};
+    for (int byte = 0; byte < 256; ++byte) {
+      values[byte] = static_cast<int8_t>(byte >= '0' && byte <= '9'   ? byte - '0'
+                                         : byte >= 'a' && byte <= 'f' ? byte - 'a' + 10
+                                         : byte >= 'A' && byte <= 'F' ? byte - 'A' + 10
+                                                                      : -1);
+    }
+    return values;
+  }();
+
+  // ASCII white space is passed over here; a byte above 0x7F may begin a longer form.
   size_t skipped(size_t from) const {
     if (_skip == Skip::Nothing) return from;
     while (from < _text.size()) {
