@@ -1,5 +1,6 @@
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
 
+#include <array>
 #include <utility>
 
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
@@ -16,9 +17,16 @@ QNUnicodeArabicShaping::QNUnicodeArabicShaping(uint32_t codeValue, UnicodeString
 std::shared_ptr<QNUnicodeArabicShaping> QNUnicodeArabicShaping::arabicShapingWithString(
     std::u16string_view line) {
   if (!line.empty() && line.front() == u'#') return nullptr;
-  const std::vector<std::u16string_view> pieces = qnunicode::splitAt(line, u';');
-  // Blank lines, and lines whose trailing comment holds another ";", are not data lines.
-  if (pieces.size() != 4) return nullptr;
+  // Blank lines, and lines whose trailing comment holds another ";", are not data lines: there
+  // must be exactly four pieces between the ";".
+  std::array<std::u16string_view, 4> pieces;
+  size_t start = 0;
+  for (size_t piece = 0; piece < pieces.size(); ++piece) {
+    const size_t end = line.find(u';', start);
+    if ((end == std::u16string_view::npos) != (piece == pieces.size() - 1)) return nullptr;
+    pieces[piece] = line.substr(start, end == std::u16string_view::npos ? end : end - start);
+    start = end + 1;
+  }
   qnunicode::QNScanner scanner(pieces[0]);
   uint32_t codeValue = 0;
   if (!scanner.scanHexInt(&codeValue)) return nullptr;
