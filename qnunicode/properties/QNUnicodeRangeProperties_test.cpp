@@ -294,11 +294,13 @@ TEST(QNUnicodeRangeProperties, BytesBeyondASCIIAreReadAsTheirCharactersAre) {
   expectIndexAnswersAsTheSets(*table);
   expectLineBreaksAsDescribed(data.path());
   EXPECT_EQ(lineBreakName(database, 0x41) + lineBreakName(database, 0x47), "ALNU");
-  // Keys set again or out of order meet the tree's collapsing.
+  // Keys above the tree's 21 bits stand for their low bits; keys set again or out of order meet
+  // the tree's collapsing.
   for (const char* text :
        {"0000..0007;AL#\n0003;BA#\n", "0010..001F;AL#\n0008..000F;AL#\n0000..0007;BA#\n",
         "0041;AL#\n0041;AL#\n", "1FFFFE..200001;BA#\n0001;AL#\n",
-        "200000..200007;AL#\n0000..0007;BA#\n0008;CM#\n", "0100..0200;AL#\n0180;BA#\n"}) {
+        "200000..200007;AL#\n0000..0007;BA#\n0008;CM#\n", "0100..0200;AL#\n0180;BA#\n",
+        "0041;AL#\n200050..200051;BA#\nFFFFFFF0..FFFFFFFF;CM#\n"}) {
     data.write("LineBreak.txt", text);
     expectLineBreaksAsDescribed(data.path());
   }
