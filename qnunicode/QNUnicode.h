@@ -4,6 +4,7 @@
 // answers, the codepoint string operations and the support utilities.
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
 #include "qnunicode/properties/QNUnicodeBlockTable.h"

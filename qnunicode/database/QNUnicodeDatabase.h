@@ -25,6 +25,10 @@ class QNUnicodePointerData;
 class QNUnicodeArabicShaping;
 class QNUnicodeSpecialCasing;
 class QNUnicodeNamesList_CharEntry;
+class QNUnicodeNamesListEntries;
+class QNUnicodeNameLookup;
+class QNUnicodeNameKeyList;
+class QNUnicodeIndexNames;
 class QNUnicodePrefixTree;
 class QNUnicodePropertyTable;
 class QNUnicodeBlockTable;
@@ -123,9 +127,6 @@ using QNUnicodeJamoShortNames = std::map<uint32_t, UnicodeString>;
 using QNUnicodeArabicShapings = std::map<uint32_t, std::shared_ptr<const QNUnicodeArabicShaping>>;
 using QNUnicodeSpecialCasingList = std::vector<std::shared_ptr<const QNUnicodeSpecialCasing>>;
 using QNUnicodeSpecialCasings = std::unordered_map<uint32_t, QNUnicodeSpecialCasingList>;
-using QNUnicodeNamesListEntries = std::vector<std::shared_ptr<const QNUnicodeNamesList_CharEntry>>;
-using QNUnicodeNameLookup = std::unordered_map<UnicodeString, uint32_t>;
-using QNUnicodeIndexNames = std::unordered_map<uint32_t, std::vector<UnicodeString>>;
 
 // The library's main object. The host creates it over ordered lists of UCD directories (first
 // wins) and description directories and an information dictionary; every table is read from its
@@ -362,28 +363,33 @@ class QNUnicodeDatabase {
   // ---- Names list and name lookup (names/) ---------------------------------------------------
   bool readNamesList();
   std::shared_ptr<const QNUnicodeNamesListEntries> namesList();
-  std::shared_ptr<const QNUnicodeNamesList_CharEntry> namesListCharEntryForCodepoint(
+  // The entry lives as long as the database.
+  const QNUnicodeNamesList_CharEntry* namesListCharEntryForCodepoint(
       uint32_t codepoint);
   std::shared_ptr<const QNUnicodeNameLookup> nameLookup();
   std::shared_ptr<const QNUnicodeNameLookup> nameLookupWithoutUnihan();
-  std::shared_ptr<const std::vector<UnicodeString>> sortedNameLookupKeys();
-  std::shared_ptr<const std::vector<UnicodeString>> sortedNameLookupWithoutUnihanKeys();
+  std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupKeys();
+  std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupWithoutUnihanKeys();
+  // The keys of sortedNameLookupKeys (or, without includingUnihan, of
+  // sortedNameLookupWithoutUnihanKeys) that pass the test, in the same order. While that list
+  // has not been made, only the keys that pass are sorted, and the list is not made.
+  std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupKeysPassingTest(
+      const std::function<bool(std::u16string_view)>& test, bool includingUnihan);
   std::shared_ptr<const QNUnicodeIndexNames> indexNames();
   void readIndex();
   void createNameLookup() { createNameLookupWithoutUnihan(false); }
   void createNameLookupWithoutUnihan(bool withoutUnihan);
 
  private:
-  // Adds the Unihan definitions to _nameLookup (unihan/).
+  // Adds the Unihan definitions to _nameLookup (unihan/). Until then _nameLookupWithoutUnihan
+  // is the same map as _nameLookup: before adding, this gives _nameLookup a copy of its own.
   void createUnihanNameLookup();
   // Creates whichever name maps do not exist yet.
   void createNameLookupMaps();
   // True when _nameLookup maps the upper-cased key to this codepoint: such a key only repeats
   // a name already there in other letter case and is not stored.
-  bool nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint);
-  // The names list's entry lookup: (codepoint, position in _namesList) of each codepoint's first
-  // entry, sorted by codepoint.
-  std::vector<std::pair<uint32_t, uint32_t>> _namesListPositions;
+  bool nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint,
+                                   UnicodeString& scratch);
 
  private:
   // UnicodeData (database/QNUnicodeDatabaseLoading.cpp).
@@ -428,8 +434,8 @@ class QNUnicodeDatabase {
   bool _nameLookupContainsDatabase = false;
   bool _nameLookupContainsIndex = false;
   bool _nameLookupContainsUnihan = false;
-  std::shared_ptr<std::vector<UnicodeString>> _sortedNameLookupKeys;
-  std::shared_ptr<std::vector<UnicodeString>> _sortedNameLookupWithoutUnihanKeys;
+  std::shared_ptr<const QNUnicodeNameKeyList> _sortedNameLookupKeys;
+  std::shared_ptr<const QNUnicodeNameKeyList> _sortedNameLookupWithoutUnihanKeys;
   std::shared_ptr<QNUnicodeIndexNames> _indexNames;
   std::vector<UnicodeString> _unicodeDataVersions;
   std::optional<UnicodeString> _consistentVersion;

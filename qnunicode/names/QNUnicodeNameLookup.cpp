@@ -1,9 +1,13 @@
 // The name lookup: display keys "NAME [U+XXXX]" of every UnicodeData name and Unicode 1.0 name
 // and of every Index entry, mapped to their codepoints; the Index names per codepoint; and the
 // case-insensitively sorted key lists of the host's search list.
+#include "qnunicode/names/QNUnicodeNameLookup.h"
+
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
@@ -11,35 +15,27 @@
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNMappedFile.h"
 #include "qnunicode/util/QNScanner.h"
 
 namespace {
 
-constexpr size_t kNameLookupCapacity = 50000;
+// The room a new map has: the published files give about 42000 keys without Unihan.
+constexpr size_t kNameLookupCapacity = 45000;
 
-// "%@ [U+%04X]": the name, a blank and the bracketed code in at least four upper-case digits.
-UnicodeString nameKey(std::u16string_view name, uint32_t codepoint) {
+// "%@ [U+%04X]": the name, a blank and the bracketed code in at least four upper-case digits,
+// written over `key`.
+void makeNameKey(UnicodeString& key, std::u16string_view name, uint32_t codepoint) {
   static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
   char16_t code[8];
   int length = 0;
   for (uint32_t rest = codepoint; rest != 0 || length < 4; rest >>= 4) {
     code[length++] = kDigits[rest & 0xF];
   }
-  UnicodeString key;
-  key.reserve(name.size() + 5 + static_cast<size_t>(length));
-  key.append(name);
+  key.assign(name);
   key.append(u" [U+");
   while (length > 0) key.push_back(code[--length]);
   key.push_back(u']');
-  return key;
-}
-
-void storeKey(QNUnicodeNameLookup& lookup, const UnicodeString& key, uint32_t codepoint) {
-  lookup.insert_or_assign(key, codepoint);
-}
-
-bool isASCII(std::u16string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char16_t u) { return u < 0x80; });
 }
 
 char16_t asciiUpper(char16_t u) {
@@ -61,15 +57,17 @@ uint32_t simpleCaseMapping(QNUnicodeDatabase& database, uint32_t codepoint, bool
   return mapped;
 }
 
-// The text with every codepoint replaced by its simple upper- or lower-case mapping. ASCII text
-// (all of UnicodeData's names and of the Index) is mapped without asking the records; other
-// letters are mapped by the records of a database that has read UnicodeData (none: kept as they
-// are, so that the case mapping never sets off a read of its own).
-UnicodeString caseMapped(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upper) {
-  UnicodeString result(text);
-  if (isASCII(text)) {
+// The text with every codepoint replaced by its simple upper- or lower-case mapping, written
+// over `result`. ASCII text (all of UnicodeData's names and of the Index) is mapped without
+// asking the records; other letters are mapped by the records of a database that has read
+// UnicodeData (none: kept as they are, so that the case mapping never sets off a read of its
+// own).
+void caseMap(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upper,
+             UnicodeString& result) {
+  result.assign(text);
+  if (std::all_of(text.begin(), text.end(), [](char16_t u) { return u < 0x80; })) {
     for (char16_t& u : result) u = upper ? asciiUpper(u) : asciiLower(u);
-    return result;
+    return;
   }
   result.clear();
   for (size_t i = 0; i < text.size(); ++i) {
@@ -85,7 +83,28 @@ UnicodeString caseMapped(QNUnicodeDatabase* readDatabase, std::u16string_view te
     if (readDatabase && (c & 0xF800) != 0xD800) c = simpleCaseMapping(*readDatabase, c, upper);
     result.append(QNUnicode::stringWithCodepoint(c));
   }
-  return result;
+}
+
+// Writes the key lower-cased as one byte a unit, when it is all ASCII (false otherwise, the
+// output then being incomplete). Four units go at a time, as 16-bit lanes of one number: a lane
+// is a capital letter when adding 0x80 - 'A' sets its bit 7 and adding 0x80 - 'Z' - 1 does not.
+bool writeLowerASCII(std::u16string_view key, char* out) {
+  constexpr uint64_t kLanes = 0x0001000100010001u;
+  size_t i = 0;
+  for (; i + 4 <= key.size(); i += 4, out += 4) {
+    uint64_t lanes;
+    std::memcpy(&lanes, key.data() + i, 8);
+    if (lanes & (0xFF80 * kLanes)) return false;
+    const uint64_t atLeastA = lanes + (0x80 - 'A') * kLanes;
+    const uint64_t beyondZ = lanes + (0x80 - 'Z' - 1) * kLanes;
+    lanes += ((atLeastA & ~beyondZ) & (0x80 * kLanes)) >> 2;
+    for (int lane = 0; lane < 4; ++lane) out[lane] = static_cast<char>(lanes >> (16 * lane));
+  }
+  for (; i < key.size(); ++i) {
+    if (key[i] >= 0x80) return false;
+    *out++ = static_cast<char>(asciiLower(key[i]));
+  }
+  return true;
 }
 
 // Appends one UTF-16 unit in the UTF-8 form of its value: comparing such bytes compares the
@@ -103,54 +122,137 @@ void appendOrderedBytes(std::string& bytes, char16_t unit) {
   }
 }
 
-// The keys sorted without regard to case: compared unit by unit after lower-casing, keys that
-// differ only in case ordered by their units. Composed and decomposed forms are not unified.
+// Sorts keys of a lookup without regard to case: compared unit by unit after lower-casing, keys
+// that differ only in case ordered by their units. Composed and decomposed forms are not
+// unified.
 //
-// Each key's lower-cased form is laid out once as bytes that compare like its units, all in one
-// buffer, and its first eight bytes are kept as a number beside it: most comparisons end at that
-// number, the others in one memcmp.
-std::shared_ptr<std::vector<UnicodeString>> sortedKeys(QNUnicodeDatabase* readDatabase,
-                                                       const QNUnicodeNameLookup& lookup) {
+// Each key's sort key, its lower-cased form laid out as bytes that compare like its units, is
+// made once, all in one buffer. The sort goes through the sort keys eight bytes at a time (a
+// three-way radix quicksort): the keys are split by their word at one depth into smaller,
+// equal and greater ones, and only the equal ones go on to the next word, so that the long
+// prefixes that names share ("latin small letter ") are looked at once, not at every comparison.
+class NameKeySorter {
+ public:
+  NameKeySorter(QNUnicodeDatabase* readDatabase, const QNUnicodeNameLookup& lookup,
+                const std::vector<uint32_t>& positions)
+      : _lookup(lookup) {
+    size_t units = 0;
+    for (uint32_t position : positions) units += lookup[position].key().size();
+    _bytes.reserve(units + units / 8);
+    std::vector<uint32_t> offsets(positions.size());
+    UnicodeString lowered;
+    for (size_t i = 0; i < positions.size(); ++i) {
+      const std::u16string_view key = lookup[positions[i]].key();
+      offsets[i] = static_cast<uint32_t>(_bytes.size());
+      _bytes.resize(offsets[i] + key.size());
+      if (!writeLowerASCII(key, _bytes.data() + offsets[i])) {
+        _bytes.resize(offsets[i]);
+        caseMap(readDatabase, key, false, lowered);
+        for (char16_t u : lowered) appendOrderedBytes(_bytes, u);
+      }
+    }
+    // The buffer is complete: the items can point into it.
+    _items.resize(positions.size());
+    for (size_t i = 0; i < positions.size(); ++i) {
+      Item& item = _items[i];
+      item.bytes = _bytes.data() + offsets[i];
+      const size_t end = i + 1 < positions.size() ? offsets[i + 1] : _bytes.size();
+      item.length = static_cast<uint32_t>(end - offsets[i]);
+      item.position = positions[i];
+      item.word = wordAt(item, 0);
+    }
+  }
+
+  // The positions in sorted order.
+  std::vector<uint32_t> sorted() {
+    sortFrom(_items.data(), _items.size(), 0, 2 * std::bit_width(_items.size()) + 64);
+    std::vector<uint32_t> positions(_items.size());
+    for (size_t i = 0; i < _items.size(); ++i) positions[i] = _items[i].position;
+    return positions;
+  }
+
+ private:
   struct Item {
-    uint64_t prefix;  // the first eight bytes, big-endian, zero-padded
-    uint32_t offset;
+    uint64_t word;  // the sort key's bytes at the current depth, big-endian, zero-padded
+    const char* bytes;
     uint32_t length;
-    const UnicodeString* key;
+    uint32_t position;  // the key's in the lookup
   };
-  std::vector<Item> items;
-  items.reserve(lookup.size());
-  std::string bytes;
-  size_t units = 0;
-  for (const auto& entry : lookup) units += entry.first.size();
-  bytes.reserve(units + units / 8);
-  for (const auto& entry : lookup) {
-    const size_t offset = bytes.size();
-    if (isASCII(entry.first)) {
-      for (char16_t u : entry.first) bytes.push_back(static_cast<char>(asciiLower(u)));
-    } else {
-      for (char16_t u : caseMapped(readDatabase, entry.first, false)) appendOrderedBytes(bytes, u);
-    }
-    items.push_back({0, static_cast<uint32_t>(offset), static_cast<uint32_t>(bytes.size() - offset),
-                     &entry.first});
+
+  // The sort key's bytes from depth * 8 on, eight of them (zeros past its end) as one number.
+  static uint64_t wordAt(const Item& item, size_t depth) {
+    const size_t start = depth * 8;
+    if (start >= item.length) return 0;
+    unsigned char bytes[8] = {};
+    std::memcpy(bytes, item.bytes + start, std::min<size_t>(8, item.length - start));
+    uint64_t word;
+    std::memcpy(&word, bytes, 8);
+    return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
   }
-  for (Item& item : items) {
-    for (uint32_t i = 0; i < 8; ++i) {
-      const uint8_t byte = i < item.length ? static_cast<uint8_t>(bytes[item.offset + i]) : 0;
-      item.prefix = (item.prefix << 8) | byte;
+
+  // The whole comparison, for keys whose first `depth` words are equal.
+  bool lessFrom(const Item& a, const Item& b, size_t depth) const {
+    const size_t start = depth * 8;
+    const size_t common = std::min(a.length, b.length);
+    if (common > start) {
+      const int order = std::memcmp(a.bytes + start, b.bytes + start, common - start);
+      if (order != 0) return order < 0;
     }
-  }
-  const char* base = bytes.data();
-  std::sort(items.begin(), items.end(), [base](const Item& a, const Item& b) {
-    if (a.prefix != b.prefix) return a.prefix < b.prefix;
-    const int order = std::memcmp(base + a.offset, base + b.offset, std::min(a.length, b.length));
-    if (order != 0) return order < 0;
     if (a.length != b.length) return a.length < b.length;
-    return *a.key < *b.key;
-  });
-  auto keys = std::make_shared<std::vector<UnicodeString>>();
-  keys->reserve(items.size());
-  for (const Item& item : items) keys->push_back(*item.key);
-  return keys;
+    return _lookup[a.position].key() < _lookup[b.position].key();
+  }
+
+  // Items whose first `depth` words are equal, with their words at `depth` in place. Each
+  // partition uses up one step of the budget; a part left without budget (or small) is sorted
+  // by whole comparisons instead, so no input makes the sort slow or its recursion deep.
+  void sortFrom(Item* items, size_t count, size_t depth, size_t budget) {
+    while (count > 1) {
+      if (count <= 12 || budget == 0) {
+        std::sort(items, items + count,
+                  [this, depth](const Item& a, const Item& b) { return lessFrom(a, b, depth); });
+        return;
+      }
+      --budget;
+      const uint64_t first = items[0].word, middle = items[count / 2].word,
+                     last = items[count - 1].word;
+      const uint64_t pivot =
+          std::max(std::min(first, middle), std::min(std::max(first, middle), last));
+      size_t less = 0, equal = 0, greater = count;  // [0, less) < pivot, [greater, count) > pivot
+      while (equal < greater) {
+        if (items[equal].word < pivot) {
+          std::swap(items[less++], items[equal++]);
+        } else if (items[equal].word > pivot) {
+          std::swap(items[equal], items[--greater]);
+        } else {
+          ++equal;
+        }
+      }
+      sortFrom(items, less, depth, budget);
+      sortFrom(items + greater, count - greater, depth, budget);
+      // The equal ones differ only further on, if at all: once all have ended, only their
+      // lengths and units are left to compare.
+      items += less;
+      count = greater - less;
+      ++depth;
+      if (std::none_of(items, items + count,
+                       [depth](const Item& item) { return item.length > depth * 8; })) {
+        budget = 0;
+        continue;
+      }
+      for (Item* item = items; item != items + count; ++item) item->word = wordAt(*item, depth);
+    }
+  }
+
+  const QNUnicodeNameLookup& _lookup;
+  std::string _bytes;
+  std::vector<Item> _items;
+};
+
+// Stores the key in the full map and in the map without Unihan names where that is another one.
+void storeKey(QNUnicodeNameLookup& lookup, QNUnicodeNameLookup* withoutUnihan, uint32_t codepoint,
+              std::u16string_view key) {
+  lookup.setCodepointForKey(codepoint, key);
+  if (withoutUnihan && withoutUnihan != &lookup) withoutUnihan->setCodepointForKey(codepoint, key);
 }
 
 std::optional<std::string> fileBytes(const std::string& path) {
@@ -163,27 +265,157 @@ std::optional<std::string> fileBytes(const std::string& path) {
 
 }  // namespace
 
-bool QNUnicodeDatabase::nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint) {
-  if (!_nameLookup) return false;
-  const auto found = _nameLookup->find(caseMapped(_isDatabaseRead ? this : nullptr, key, true));
-  return found != _nameLookup->end() && found->second == codepoint;
+// ---- The map ----------------------------------------------------------------------------------
+
+QNUnicodeNameLookup::QNUnicodeNameLookup(size_t capacity) {
+  _entries.reserve(capacity);
+  _hashes.reserve(capacity);
+  // At most seven slots in ten are used.
+  _slots.assign(std::bit_ceil(std::max<size_t>(16, capacity * 10 / 7 + 1)), 0);
+}
+
+// Eight bytes at a time, each mixed in by a multiplication, then the upper half of a final mix.
+uint32_t QNUnicodeNameLookup::hash(std::u16string_view key) {
+  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
+  const char* bytes = reinterpret_cast<const char*>(key.data());
+  size_t size = key.size() * sizeof(char16_t);
+  uint64_t h = (size + 1) * kMultiplier;
+  for (; size >= 8; bytes += 8, size -= 8) {
+    uint64_t word;
+    std::memcpy(&word, bytes, 8);
+    h = (h ^ word) * kMultiplier;
+    h ^= h >> 29;
+  }
+  if (size > 0) {
+    uint64_t word = 0;
+    std::memcpy(&word, bytes, size);
+    h = (h ^ word) * kMultiplier;
+  }
+  h ^= h >> 32;
+  h *= 0xBF58476D1CE4E5B9u;
+  h ^= h >> 31;
+  return static_cast<uint32_t>(h >> 32);
+}
+
+// The slots and the hashes are small enough to stay in the cache while the map is filled; an
+// entry and its key text are looked at only when the hashes agree.
+size_t QNUnicodeNameLookup::slotFor(std::u16string_view key, uint32_t hash) const {
+  const size_t mask = _slots.size() - 1;
+  for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+    const uint32_t position = _slots[slot];
+    if (position == 0) return slot;
+    if (_hashes[position - 1] == hash && _entries[position - 1].key() == key) return slot;
+  }
+}
+
+std::optional<uint32_t> QNUnicodeNameLookup::codepointForKey(std::u16string_view key) const {
+  const uint32_t position = _slots[slotFor(key, hash(key))];
+  if (position == 0) return std::nullopt;
+  return _entries[position - 1].codepoint();
+}
+
+void QNUnicodeNameLookup::setCodepointForKey(uint32_t codepoint, std::u16string_view key) {
+  if ((_entries.size() + 1) * 10 > _slots.size() * 7) growSlots();
+  const uint32_t h = hash(key);
+  const size_t slot = slotFor(key, h);
+  if (_slots[slot] != 0) {
+    _entries[_slots[slot] - 1]._codepoint = codepoint;
+    return;
+  }
+  _entries.push_back(
+      Entry(_texts.store(key.begin(), key.end()), static_cast<uint32_t>(key.size()), codepoint));
+  _hashes.push_back(h);
+  _slots[slot] = static_cast<uint32_t>(_entries.size());
+}
+
+void QNUnicodeNameLookup::growSlots() {
+  _slots.assign(_slots.size() * 2, 0);
+  const size_t mask = _slots.size() - 1;
+  for (size_t i = 0; i < _entries.size(); ++i) {
+    size_t slot = _hashes[i] & mask;
+    while (_slots[slot] != 0) slot = (slot + 1) & mask;
+    _slots[slot] = static_cast<uint32_t>(i + 1);
+  }
+}
+
+QNUnicodeNameLookup::QNUnicodeNameLookup(const QNUnicodeNameLookup& other)
+    : _slots(other._slots), _hashes(other._hashes) {
+  _entries.reserve(other._entries.capacity());
+  for (const Entry& entry : other._entries) {
+    const std::u16string_view key = entry.key();
+    _entries.push_back(Entry(_texts.store(key.begin(), key.end()), entry._length, entry._codepoint));
+  }
+}
+
+bool QNUnicodeNameLookup::operator==(const QNUnicodeNameLookup& other) const {
+  if (size() != other.size()) return false;
+  return std::all_of(begin(), end(), [&other](const Entry& entry) {
+    return other.codepointForKey(entry.key()) == entry.codepoint();
+  });
+}
+
+// ---- Index names ------------------------------------------------------------------------------
+
+QNUnicodeIndexNames::QNUnicodeIndexNames(
+    UnicodeString text, std::vector<std::pair<uint32_t, std::u16string_view>> namesInFileOrder) {
+  // The views point into `text`; they are carried over to the copy kept here (a short text
+  // moves its units along).
+  const char16_t* const from = text.data();
+  _text = std::move(text);
+  // By codepoint, then by place in the file.
+  std::vector<uint64_t> order(namesInFileOrder.size());
+  for (size_t i = 0; i < order.size(); ++i) {
+    order[i] = (static_cast<uint64_t>(namesInFileOrder[i].first) << 32) | i;
+  }
+  std::sort(order.begin(), order.end());
+  _names.reserve(order.size());
+  for (const uint64_t codepointAndPlace : order) {
+    const auto& [codepoint, name] = namesInFileOrder[static_cast<uint32_t>(codepointAndPlace)];
+    if (_codepoints.empty() || _codepoints.back() != codepoint) {
+      _codepoints.push_back(codepoint);
+      _firstNames.push_back(static_cast<uint32_t>(_names.size()));
+    }
+    _names.emplace_back(_text.data() + (name.data() - from), name.size());
+  }
+  _firstNames.push_back(static_cast<uint32_t>(_names.size()));
+}
+
+QNUnicodeIndexNames::Names QNUnicodeIndexNames::namesForCodepoint(uint32_t codepoint) const {
+  const auto found = std::lower_bound(_codepoints.begin(), _codepoints.end(), codepoint);
+  if (found == _codepoints.end() || *found != codepoint) return {};
+  const size_t i = static_cast<size_t>(found - _codepoints.begin());
+  return Names(_names.data() + _firstNames[i], _firstNames[i + 1] - _firstNames[i]);
 }
 
 // ---- Index ------------------------------------------------------------------------------------
+
+bool QNUnicodeDatabase::nameLookupMapsUppercasedKey(std::u16string_view key, uint32_t codepoint,
+                                                    UnicodeString& scratch) {
+  if (!_nameLookup) return false;
+  caseMap(_isDatabaseRead ? this : nullptr, key, true, scratch);
+  return _nameLookup->codepointForKey(scratch) == codepoint;
+}
 
 void QNUnicodeDatabase::readIndex() {
   const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixIndex);
   std::optional<UnicodeString> text;
   if (path) {
-    text = QNUnicode::stringWithContentsOfUTF8File(*path);
-    if (!text) {
-      if (const std::optional<std::string> bytes = fileBytes(*path)) {
-        text = qnunicode::decodeASCIILossy(*bytes);
-        QNLogFormat(
-            "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
-            "for reading",
-            path->c_str());
-      }
+    // A regular file is decoded from its mapped bytes; anything else is read the long way.
+    const qnunicode::detail::MappedFile file(*path);
+    std::optional<std::string> bytes;
+    if (file.isMapped()) {
+      text = qnunicode::decodeUTF8(file.bytes());
+      if (!text) bytes.emplace(file.bytes());
+    } else {
+      text = QNUnicode::stringWithContentsOfUTF8File(*path);
+      if (!text) bytes = fileBytes(*path);
+    }
+    if (!text && bytes) {
+      text = qnunicode::decodeASCIILossy(*bytes);
+      QNLogFormat(
+          "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
+          "for reading",
+          path->c_str());
     }
   }
   if (!text) {
@@ -192,13 +424,19 @@ void QNUnicodeDatabase::readIndex() {
     return;
   }
 
-  const std::vector<std::u16string_view> lines = qnunicode::splitAt(*text, u'\n');
-  _indexNames = std::make_shared<QNUnicodeIndexNames>();
-  _indexNames->reserve(lines.size());
   createNameLookupMaps();
   if (_nameLookupContainsIndex) QNLog("WARNING: _nameLookupContainsIndex == YES in -readIndex");
 
-  for (std::u16string_view line : lines) {
+  std::vector<std::pair<uint32_t, std::u16string_view>> names;
+  names.reserve(static_cast<size_t>(std::count(text->begin(), text->end(), u'\n')) + 1);
+  UnicodeString key, uppercased;
+  const std::u16string_view all = *text;
+  for (size_t start = 0; start <= all.size();) {
+    size_t end = all.find(u'\n', start);
+    if (end == std::u16string_view::npos) end = all.size();
+    const std::u16string_view line = all.substr(start, end - start);
+    start = end + 1;
+
     // A line is a name, a tab and a hexadecimal codepoint; anything else is passed over.
     const size_t tab = line.find(u'\t');
     if (tab == std::u16string_view::npos) continue;
@@ -209,15 +447,13 @@ void QNUnicodeDatabase::readIndex() {
 
     // An entry that only repeats a name already there in other letter case ("acute accent" for
     // ACUTE ACCENT) adds no key of its own; its name still counts among the Index names.
-    const UnicodeString key = nameKey(name, codepoint);
-    if (!nameLookupMapsUppercasedKey(key, codepoint)) {
-      storeKey(*_nameLookup, key, codepoint);
-      if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, codepoint);
+    makeNameKey(key, name, codepoint);
+    if (!nameLookupMapsUppercasedKey(key, codepoint, uppercased)) {
+      storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), codepoint, key);
     }
-    std::vector<UnicodeString>& names = (*_indexNames)[codepoint];
-    if (names.empty()) names.reserve(2);
-    names.emplace_back(name);
+    names.emplace_back(codepoint, name);
   }
+  _indexNames = std::make_shared<QNUnicodeIndexNames>(std::move(*text), std::move(names));
   _nameLookupContainsIndex = true;
 }
 
@@ -228,16 +464,12 @@ std::shared_ptr<const QNUnicodeIndexNames> QNUnicodeDatabase::indexNames() {
 
 // ---- The lookup -------------------------------------------------------------------------------
 
-// The full map always; the map without Unihan names only where there are Unihan files.
+// The full map always; the map without Unihan names only where there are Unihan files. The two
+// are made together and take the same keys until Unihan names join the full map, so until then
+// one map serves as both (the Unihan stage gives the full map a copy of its own first).
 void QNUnicodeDatabase::createNameLookupMaps() {
-  if (!_nameLookup) {
-    _nameLookup = std::make_shared<QNUnicodeNameLookup>();
-    _nameLookup->reserve(kNameLookupCapacity);
-  }
-  if (!_nameLookupWithoutUnihan && _isUnihanAvailable) {
-    _nameLookupWithoutUnihan = std::make_shared<QNUnicodeNameLookup>();
-    _nameLookupWithoutUnihan->reserve(kNameLookupCapacity);
-  }
+  if (!_nameLookup) _nameLookup = std::make_shared<QNUnicodeNameLookup>(kNameLookupCapacity);
+  if (!_nameLookupWithoutUnihan && _isUnihanAvailable) _nameLookupWithoutUnihan = _nameLookup;
 }
 
 void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
@@ -246,17 +478,16 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
 
   if (!_nameLookupContainsDatabase) {
     // Every record read from the file; the members of First/Last ranges add nothing.
+    UnicodeString key;
     for (const QNUnicodeConcreteData* record : _unicodeDataFileRecords) {
       const uint32_t codepoint = record->codepoint();
       const UnicodeString unicode1Name = record->unicode1Name();
       if (!unicode1Name.empty()) {
-        const UnicodeString key = nameKey(unicode1Name, codepoint);
-        storeKey(*_nameLookup, key, record->codeValue());
-        if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, record->codeValue());
+        makeNameKey(key, unicode1Name, codepoint);
+        storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), record->codeValue(), key);
       }
-      const UnicodeString key = nameKey(record->characterName(), codepoint);
-      storeKey(*_nameLookup, key, record->codeValue());
-      if (_nameLookupWithoutUnihan) storeKey(*_nameLookupWithoutUnihan, key, record->codeValue());
+      makeNameKey(key, record->characterName(), codepoint);
+      storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), record->codeValue(), key);
     }
     _nameLookupContainsDatabase = true;
   }
@@ -285,24 +516,60 @@ std::shared_ptr<const QNUnicodeNameLookup> QNUnicodeDatabase::nameLookupWithoutU
   return _nameLookupWithoutUnihan;
 }
 
+namespace {
+
+std::shared_ptr<const QNUnicodeNameKeyList> sortedKeyList(
+    QNUnicodeDatabase* readDatabase, const std::shared_ptr<const QNUnicodeNameLookup>& lookup,
+    const std::function<bool(std::u16string_view)>* test) {
+  std::vector<uint32_t> positions;
+  positions.reserve(test ? 0 : lookup->size());
+  for (uint32_t position = 0; position < lookup->size(); ++position) {
+    if (!test || (*test)((*lookup)[position].key())) positions.push_back(position);
+  }
+  return std::make_shared<QNUnicodeNameKeyList>(
+      lookup, NameKeySorter(readDatabase, *lookup, positions).sorted());
+}
+
+}  // namespace
+
 // The sorted lists are made once: keys that reach a map afterwards (Unihan names read later) do
 // not appear in a list already made.
-std::shared_ptr<const std::vector<UnicodeString>> QNUnicodeDatabase::sortedNameLookupKeys() {
+std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupKeys() {
   if (!_sortedNameLookupKeys) {
     if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookup()) {
-      _sortedNameLookupKeys = sortedKeys(_isDatabaseRead ? this : nullptr, *lookup);
+      _sortedNameLookupKeys = sortedKeyList(_isDatabaseRead ? this : nullptr, lookup, nullptr);
     }
   }
   return _sortedNameLookupKeys;
 }
 
-std::shared_ptr<const std::vector<UnicodeString>>
+std::shared_ptr<const QNUnicodeNameKeyList>
 QNUnicodeDatabase::sortedNameLookupWithoutUnihanKeys() {
   if (!_isUnihanAvailable) return sortedNameLookupKeys();
   if (!_sortedNameLookupWithoutUnihanKeys) {
     if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookupWithoutUnihan()) {
-      _sortedNameLookupWithoutUnihanKeys = sortedKeys(_isDatabaseRead ? this : nullptr, *lookup);
+      _sortedNameLookupWithoutUnihanKeys =
+          sortedKeyList(_isDatabaseRead ? this : nullptr, lookup, nullptr);
     }
   }
   return _sortedNameLookupWithoutUnihanKeys;
+}
+
+std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupKeysPassingTest(
+    const std::function<bool(std::u16string_view)>& test, bool includingUnihan) {
+  const bool full = includingUnihan || !_isUnihanAvailable;
+  // A list made already is the one to filter: it may lack keys that came later.
+  const std::shared_ptr<const QNUnicodeNameKeyList> made =
+      full ? _sortedNameLookupKeys : _sortedNameLookupWithoutUnihanKeys;
+  if (made) {
+    std::vector<uint32_t> positions;
+    for (uint32_t position : made->positions()) {
+      if (test((*made->lookup())[position].key())) positions.push_back(position);
+    }
+    return std::make_shared<QNUnicodeNameKeyList>(made->lookup(), std::move(positions));
+  }
+  const std::shared_ptr<const QNUnicodeNameLookup> lookup =
+      full ? nameLookup() : nameLookupWithoutUnihan();
+  if (!lookup) return nullptr;
+  return sortedKeyList(_isDatabaseRead ? this : nullptr, lookup, &test);
 }

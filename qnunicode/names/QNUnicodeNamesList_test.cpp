@@ -5,6 +5,9 @@
 #include <uninameslist.h>
 
 #include <array>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <random>
 
 #include "qnunicode/testing/QNTestSupport.h"
@@ -22,13 +25,83 @@ std::shared_ptr<QNUnicodeNamesListEntries> readBytes(std::string_view bytes) {
   return Entry::readNamesListAtPath(scratch.write("NamesList.txt", bytes));
 }
 
+UnicodeString describe(const Entry& entry) {
+  return qnunicode::fromUTF8(QNFormat("[%X]", entry.codepoint())) + entry.allLinesString();
+}
+
 // Each entry as its code in hex in brackets and its display text; "none" without a list.
-UnicodeString describe(const std::shared_ptr<QNUnicodeNamesListEntries>& entries) {
-  UnicodeString text = entries ? u"" : u"none";
-  for (const auto& entry : entries ? *entries : QNUnicodeNamesListEntries{}) {
-    text += qnunicode::fromUTF8(QNFormat("[%X]", entry->codepoint())) + entry->allLinesString();
-  }
+UnicodeString describe(const std::shared_ptr<const QNUnicodeNamesListEntries>& entries) {
+  if (!entries) return u"none";
+  UnicodeString text;
+  for (const Entry& entry : *entries) text += describe(entry);
   return text;
+}
+
+std::vector<UnicodeString> strings(const Entry::Lines& lines) {
+  return lines ? lines->strings() : std::vector<UnicodeString>();
+}
+
+// The reader as first written, kept as the reference: the whole file decoded, then scanned line
+// by line with the library's scanner (nothing skipped, markers matched without regard to case),
+// each entry's lines collected per kind and displayed like allLinesString.
+UnicodeString describeAsReference(std::string_view bytes) {
+  bool isUTF8 = false;
+  if (bytes.starts_with(';') && bytes.find('\n') != std::string_view::npos) {
+    const auto firstLine = qnunicode::decodeUTF8(bytes.substr(0, bytes.find('\n')));
+    UnicodeString lower = firstLine.value_or(u"utf-8");
+    for (char16_t& u : lower) u = (u >= u'A' && u <= u'Z') ? u + 32 : u;
+    isUTF8 = lower.find(u"utf-8") != UnicodeString::npos;
+  }
+  const std::optional<UnicodeString> text =
+      isUTF8 ? qnunicode::decodeUTF8(bytes) : qnunicode::decodeLatin1(bytes);
+  if (!text) return u"none";
+  qnunicode::QNScanner scanner(*text, qnunicode::QNScanner::Skip::Nothing);
+  scanner.setCaseSensitive(false);
+  const auto restOfLine = [&scanner] {
+    const std::u16string_view rest = scanner.remainingText();
+    const std::u16string_view line = rest.substr(0, rest.find(u'\n'));
+    scanner.setScanLocation(scanner.scanLocation() + line.size() + 1);
+    return UnicodeString(line);
+  };
+  const std::pair<std::u16string_view, std::u16string_view> markers[] = {
+      {u"= ", u"= "}, {u"% ", u"\u225D "}, {u"X ", u"\u2192 "}, {u":", u"EQUIV "},
+      {u"# ", u"APPROX "}, {u";", u""}};
+  const std::u16string_view order[] = {u"= ",    u"\u225D ", u"",       u"\u2192 ",
+                                       u"EQUIV ", u"APPROX ", u"notice: "};
+  UnicodeString described;
+  uint32_t codepoint;
+  while (!scanner.isAtEnd()) {
+    if (!scanner.scanHexInt(&codepoint)) {
+      restOfLine();
+      continue;
+    }
+    restOfLine();
+    std::map<std::u16string_view, std::vector<UnicodeString>> lines;
+    while (!scanner.isAtEnd()) {
+      std::u16string_view shown = u"notice: ";
+      if (scanner.scanString(u"\t")) {
+        shown = u"";
+        for (const auto& [marker, symbol] : markers) {
+          if (scanner.scanString(marker)) {
+            shown = symbol.empty() ? u"dropped" : symbol;
+            break;
+          }
+        }
+      } else if (!scanner.scanString(u"@+\t")) {
+        break;
+      }
+      UnicodeString line = restOfLine();
+      if ((shown.empty() || shown == u"notice: ") && line.starts_with(u'*')) line[0] = u'\u2022';
+      lines[shown].push_back(std::move(line));
+    }
+    UnicodeString all;
+    for (std::u16string_view symbol : order) {
+      for (const UnicodeString& line : lines[symbol]) all += u"\t\t" + UnicodeString(symbol) + line + u"\n";
+    }
+    if (!all.empty()) all.pop_back();
+    described += qnunicode::fromUTF8(QNFormat("[%X]", codepoint)) + all;
+  }
+  return described;
 }
 
 }  // namespace
@@ -82,18 +155,43 @@ TEST(NamesListReader, UndecodableUnreadableOrRandomFilesAreLogged) {
     EXPECT_THAT(log.lines(),
                 ElementsAre(MatchesRegex("QNUnicodeNamesList\\.cpp:[0-9]+ " + message)));
   }
-  // Random bytes, mostly the format's markers, give a list or one decoding failure.
+  // Random bytes, mostly the format's markers, give the reference reader's entries, or one
+  // decoding failure where it finds no text. Some rounds hold well-formed UTF-8 beyond ASCII.
   const std::string alphabet = "\n\n\n\t\t\t\r @+;:#=%xX*~0123456789ABCDEFabcdef";
+  const std::string wide[] = {"\xC3\xA9", "\xE2\x80\xA2", "\xF0\x9F\x98\x80", "\xC2\x85"};
   std::mt19937 random(20240611);
-  for (int round = 0; round < 200; ++round) {
+  for (int round = 0; round < 300; ++round) {
     std::string bytes = round % 3 == 0 ? "; charset=UTF-8\n" : "";
-    for (size_t n = 1 + random() % 3000; n > 0; --n)
-      bytes += random() % 4 ? alphabet[random() % alphabet.size()] : static_cast<char>(random());
+    for (size_t n = 1 + random() % 3000; n > 0; --n) {
+      const uint32_t pick = random() % 8;
+      bytes += pick == 0 ? std::string(1, static_cast<char>(random()))
+               : pick == 1 && round % 2 ? wide[random() % 4]
+                                        : std::string(1, alphabet[random() % alphabet.size()]);
+    }
     LogCapture log;
     auto entries = readBytes(bytes);
     EXPECT_EQ(log.lines().size(), entries ? 0u : 1u) << round;
     EXPECT_THAT(log.lines(), testing::Each(testing::HasSubstr("could not interpret NamesList")));
+    EXPECT_EQ(describe(entries), describeAsReference(bytes)) << round;
   }
+}
+
+TEST(NamesListReader, AnEntryFromAScannerLeavesItAtTheNextLineOfTheFile) {
+  const UnicodeString text = u"header\n0041\tA\n\t= a\n\t* b\n@+\t\u00E9\n0042\tB\n\t\tc";
+  qnunicode::QNScanner scanner(text, qnunicode::QNScanner::Skip::Nothing);
+  scanner.setCaseSensitive(false);
+  EXPECT_FALSE(Entry::charEntryWithScanner(scanner));  // no number at "header"
+  EXPECT_EQ(scanner.scanLocation(), 0u);
+  scanner.setScanLocation(7);
+  std::shared_ptr<const Entry> first = Entry::charEntryWithScanner(scanner);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(text.substr(scanner.scanLocation()), u"0042\tB\n\t\tc");
+  const auto second = Entry::charEntryWithScanner(scanner);
+  EXPECT_TRUE(second && scanner.isAtEnd());
+  EXPECT_EQ(describe(*first) + describe(*second),
+            u"[41]\t\t= a\n\t\t\u2022 b\n\t\tnotice: \u00E9[42]\t\t\tc");
+  EXPECT_THAT(strings(first->notices()), ElementsAre(u"\u00E9"));
+  EXPECT_FALSE(first->crossRefs() || second->aliases());
 }
 
 TEST(DatabaseNamesList, MissingFileIsReadAgainOnEveryCallAndACodepointGetsItsFirstEntry) {
@@ -107,7 +205,7 @@ TEST(DatabaseNamesList, MissingFileIsReadAgainOnEveryCallAndACodepointGetsItsFir
   scratch.write("NamesList.txt", "0300\tGRAVE\n0041\tA\n0300\tAGAIN\n");
   auto list = database.namesList();
   ASSERT_TRUE(list && list->size() == 3);
-  EXPECT_EQ(database.namesListCharEntryForCodepoint(0x300), (*list)[0]);
+  EXPECT_EQ(database.namesListCharEntryForCodepoint(0x300), &(*list)[0]);
   for (auto c : {0x110000u, 0xFFFFFFFFu}) EXPECT_FALSE(database.namesListCharEntryForCodepoint(c));
   EXPECT_EQ(database.namesList(), list);  // read once
 }
@@ -127,12 +225,10 @@ TEST(RealNamesList, EveryAnnotationOfLibuninameslistIsInOurEntryInOrder) {
     ASSERT_EQ(annotation != nullptr, entry && !entry->allLinesString().empty())
         << "annotated on one side only: " << std::hex << codepoint;
     if (!annotation) continue;
-    const std::vector<UnicodeString> none;
-    const std::array ours = {
-        entry->aliases().value_or(none),        entry->formalAliases().value_or(none),
-        entry->comments().value_or(none),       entry->crossRefs().value_or(none),
-        entry->decompositions().value_or(none), entry->compatMappings().value_or(none),
-        entry->notices().value_or(none)};
+    const std::array ours = {strings(entry->aliases()),        strings(entry->formalAliases()),
+                             strings(entry->comments()),       strings(entry->crossRefs()),
+                             strings(entry->decompositions()), strings(entry->compatMappings()),
+                             strings(entry->notices())};
     std::array<size_t, 7> next{};
     const UnicodeString text = qnunicode::fromUTF8(annotation);
     for (std::u16string_view line : qnunicode::splitAt(text, u'\n')) {
@@ -149,4 +245,21 @@ TEST(RealNamesList, EveryAnnotationOfLibuninameslistIsInOurEntryInOrder) {
     for (size_t f = 0; f < 7; ++f) EXPECT_EQ(next[f], ours[f].size()) << std::hex << codepoint;
   }
   for (size_t f = 0; f < 7; ++f) EXPECT_GT(met[f], 20u) << "field " << f << " never met real data";
+}
+
+TEST(RealNamesList, ReadsLikeTheReferenceAndEachCodepointFindsItsFirstEntry) {
+  std::ifstream file(qnunicode::testing::ucdFile("NamesList.txt"), std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+  auto database = qnunicode::testing::realDatabase();
+  const auto list = database->namesList();
+  ASSERT_TRUE(list && list->size() > 30000);
+  EXPECT_EQ(describe(list), describeAsReference(bytes));
+  std::map<uint32_t, const Entry*> first;
+  for (const Entry& entry : *list) first.try_emplace(entry.codepoint(), &entry);
+  for (uint32_t codepoint = 0; codepoint <= 0x110000; ++codepoint) {
+    const auto found = first.find(codepoint);
+    ASSERT_EQ(database->namesListCharEntryForCodepoint(codepoint),
+              found == first.end() ? nullptr : found->second)
+        << std::hex << codepoint;
+  }
 }

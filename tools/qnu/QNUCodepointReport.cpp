@@ -1,5 +1,6 @@
 #include "QNUCodepointReport.h"
 
+#include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
@@ -12,7 +13,10 @@ namespace qnu {
 namespace {
 
 Json jsonLines(const QNUnicodeNamesList_CharEntry::Lines& lines) {
-  return lines ? jsonTextList(*lines) : Json(nullptr);
+  if (!lines) return nullptr;
+  Json list = Json::array();
+  for (std::u16string_view line : *lines) list.push_back(jsonText(line));
+  return list;
 }
 
 Json namesListObject(const QNUnicodeNamesList_CharEntry& entry) {
@@ -69,20 +73,17 @@ Json numericValue(const std::optional<QNUnicodeNumericValue>& value) {
 }  // namespace
 
 const QNUnicodeNamesList_CharEntry* CodepointReporter::namesListEntry(uint32_t codepoint) {
-  if (!_namesListIndexed) {
-    // Read once: a names list that cannot be read would be retried (and logged) on every call.
-    _namesListIndexed = true;
-    _namesList = _database.namesList();
-    if (_namesList) {
-      for (const auto& entry : *_namesList)
-        _namesListIndex.try_emplace(entry->codepoint(), entry.get());
-    } else if (!_database.filenameWithPrefix(QNUnicodeFilePrefixNamesList)) {
+  if (!_namesListTried) {
+    // Tried once: a names list that cannot be read would be retried (and logged) on every call.
+    _namesListTried = true;
+    _namesListRead = _database.namesList() != nullptr;
+    if (!_namesListRead && !_database.filenameWithPrefix(QNUnicodeFilePrefixNamesList)) {
       // The library reads this file without a missing-file notice; the host still wants one.
       _database.notifyDelegateOfMissingFile(QNUnicodeFilePrefixNamesList);
     }
   }
-  const auto found = _namesListIndex.find(codepoint);
-  return found == _namesListIndex.end() ? nullptr : found->second;
+  // Once read, the list stays, so the library's lookup answers without reading again.
+  return _namesListRead ? _database.namesListCharEntryForCodepoint(codepoint) : nullptr;
 }
 
 std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
@@ -164,18 +165,17 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
   add("namesList", "Names list", entry ? namesListObject(*entry) : Json(nullptr)).text =
       entry ? namesListText(*entry) : std::string();
   const auto indexNames = db.indexNames();
-  std::vector<UnicodeString> names;
-  if (indexNames) {
-    const auto found = indexNames->find(codepoint);
-    if (found != indexNames->end()) names = found->second;
-  }
+  const QNUnicodeIndexNames::Names names =
+      indexNames ? indexNames->namesForCodepoint(codepoint) : QNUnicodeIndexNames::Names();
   // One name a line: Index names hold commas of their own ("E WITH ACUTE, LATIN SMALL LETTER").
   std::string namesText;
-  for (const UnicodeString& name : names) {
+  Json namesList = Json::array();
+  for (std::u16string_view name : names) {
     if (!namesText.empty()) namesText += '\n';
     namesText += qnunicode::toUTF8(name);
+    namesList.push_back(jsonText(name));
   }
-  add("indexNames", "Index names", jsonTextList(names)).text = namesText;
+  add("indexNames", "Index names", std::move(namesList)).text = namesText;
   return fields;
 }
 

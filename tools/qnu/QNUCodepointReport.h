@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "QNUOutput.h"
@@ -46,11 +45,9 @@ class CodepointReporter {
   const QNUnicodeNamesList_CharEntry* namesListEntry(uint32_t codepoint);
 
   QNUnicodeDatabase& _database;
-  // The names list indexed once by codepoint (the first entry of a codepoint wins, as in the
-  // library's own lookup), so that long ranges do not search the list for every codepoint.
-  bool _namesListIndexed = false;
-  std::shared_ptr<const QNUnicodeNamesListEntries> _namesList;
-  std::unordered_map<uint32_t, const QNUnicodeNamesList_CharEntry*> _namesListIndex;
+  // Whether the names list was asked for, and whether it could be read then.
+  bool _namesListTried = false;
+  bool _namesListRead = false;
 };
 
 }  // namespace qnu

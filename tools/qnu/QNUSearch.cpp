@@ -7,6 +7,7 @@
 #include "QNUArguments.h"
 #include "QNUCommands.h"
 #include "QNUOutput.h"
+#include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/util/QNLog.h"
 
@@ -44,7 +45,7 @@ namespace {
 
 // The test a key must pass: the pattern, or every word. Bad input is refused here, before any
 // data is read.
-std::function<bool(const UnicodeString&)> keyTest(QNUnicodeDatabase& database,
+std::function<bool(std::u16string_view)> keyTest(QNUnicodeDatabase& database,
                                                   const SearchOptions& options) {
   if (options.regex) {
     const UnicodeString pattern = decodeArgument(*options.regex, 1);
@@ -64,7 +65,7 @@ std::function<bool(const UnicodeString&)> keyTest(QNUnicodeDatabase& database,
       throw UsageError("'" + *options.regex + "' is not a regular expression (" +
                        u_errorName(status) + " at offset " + std::to_string(where.offset) + ")");
     }
-    return [compiled](const UnicodeString& key) {
+    return [compiled](std::u16string_view key) {
       const icu::UnicodeString text(false, key.data(), static_cast<int32_t>(key.size()));
       UErrorCode searchStatus = U_ZERO_ERROR;
       compiled->matcher->reset(text);
@@ -78,7 +79,7 @@ std::function<bool(const UnicodeString&)> keyTest(QNUnicodeDatabase& database,
   auto matcher = std::make_shared<CaseBlindWordMatcher>(
       words,
       [&database](const UnicodeString& text) { return database.fullCaseFoldingForString(text); });
-  return [matcher](const UnicodeString& key) { return matcher->matches(key); };
+  return [matcher](std::u16string_view key) { return matcher->matches(key); };
 }
 
 }  // namespace
@@ -89,19 +90,17 @@ int runSearch(Host& host, const SearchOptions& options) {
   host.requireUnicodeData();
 
   // Without --unihan the lookup leaves the Unihan definitions out and so never reads the Unihan
-  // files; both are the same lookup when there are none.
+  // files; both are the same lookup when there are none. Only the keys that match are sorted.
   const auto lookup = options.unihan ? database.nameLookup() : database.nameLookupWithoutUnihan();
-  const auto keys = options.unihan ? database.sortedNameLookupKeys()
-                                   : database.sortedNameLookupWithoutUnihanKeys();
+  const auto keys = database.sortedNameLookupKeysPassingTest(selects, options.unihan);
   if (!lookup || !keys) return kExitSuccess;
 
   std::string out;
   size_t count = 0;
-  for (const UnicodeString& key : *keys) {
-    if (!selects(key)) continue;
-    const auto entry = lookup->find(key);
-    if (entry == lookup->end()) continue;
-    const uint32_t codepoint = entry->second;
+  for (const std::u16string_view key : *keys) {
+    const std::optional<uint32_t> found = lookup->codepointForKey(key);
+    if (!found) continue;
+    const uint32_t codepoint = *found;
     if (host.json()) {
       Json match;
       match["codepoint"] = codepoint;

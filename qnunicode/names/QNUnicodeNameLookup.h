@@ -1,0 +1,162 @@
+#pragma once
+
+// The tables of the name lookup: name keys ("NAME [U+XXXX]") mapped to codepoints, lists of such
+// keys in a chosen order, and the Index names of each codepoint.
+
+#include <cstddef>
+#include <compare>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <string_view>
+#include <vector>
+
+#include "qnunicode/names/QNUnicodeNamesArena.h"
+#include "qnunicode/strings/UnicodeString.h"
+
+// A map from name keys to codepoints: one key maps to one codepoint, two keys may map to the
+// same one. Entries keep the order in which their keys arrived. The key texts lie in blocks that
+// never move, so a key handed out stays valid, unchanged, as long as the map, however it grows.
+class QNUnicodeNameLookup {
+ public:
+  class Entry {
+   public:
+    std::u16string_view key() const { return {_key, _length}; }
+    uint32_t codepoint() const { return _codepoint; }
+
+   private:
+    friend class QNUnicodeNameLookup;
+    Entry(const char16_t* key, uint32_t length, uint32_t codepoint)
+        : _key(key), _length(length), _codepoint(codepoint) {}
+    const char16_t* _key;
+    uint32_t _length;
+    uint32_t _codepoint;
+  };
+  using const_iterator = std::vector<Entry>::const_iterator;
+
+  // Room for `capacity` keys before the map grows.
+  explicit QNUnicodeNameLookup(size_t capacity = 0);
+  // A copy keeps its own key texts.
+  QNUnicodeNameLookup(const QNUnicodeNameLookup& other);
+  QNUnicodeNameLookup& operator=(const QNUnicodeNameLookup&) = delete;
+
+  size_t size() const { return _entries.size(); }
+  bool empty() const { return _entries.empty(); }
+  // Entries in the order their keys arrived.
+  const_iterator begin() const { return _entries.begin(); }
+  const_iterator end() const { return _entries.end(); }
+  const Entry& operator[](size_t position) const { return _entries[position]; }
+
+  // The codepoint the key maps to; none when the key is not in the map.
+  std::optional<uint32_t> codepointForKey(std::u16string_view key) const;
+  bool contains(std::u16string_view key) const { return codepointForKey(key).has_value(); }
+  // Maps the key to the codepoint: a new key is added at the end, a key already there keeps its
+  // place and takes the new codepoint.
+  void setCodepointForKey(uint32_t codepoint, std::u16string_view key);
+
+  // The same keys mapped to the same codepoints, whatever their order.
+  bool operator==(const QNUnicodeNameLookup& other) const;
+
+ private:
+  static uint32_t hash(std::u16string_view key);
+  // The slot that holds the key, or the empty slot where it would go.
+  size_t slotFor(std::u16string_view key, uint32_t hash) const;
+  void growSlots();
+
+  std::vector<Entry> _entries;
+  // Open addressing, linear probing: each slot is empty (0) or holds its entry's position plus
+  // one.
+  std::vector<uint32_t> _slots;
+  std::vector<uint32_t> _hashes;  // each entry's hash, for growing the slots
+  qnunicode::detail::BlockArena<char16_t> _texts{size_t{1} << 15};
+};
+
+// Keys of a name lookup in a chosen order, as positions of the lookup's entries. The list keeps
+// the lookup alive; it does not change when the lookup grows.
+class QNUnicodeNameKeyList {
+ public:
+  // Iterates over the keys.
+  class const_iterator {
+   public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = std::u16string_view;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = std::u16string_view;
+
+    const_iterator() = default;
+    const_iterator(const QNUnicodeNameLookup* lookup, const uint32_t* position)
+        : _lookup(lookup), _position(position) {}
+    std::u16string_view operator*() const { return (*_lookup)[*_position].key(); }
+    std::u16string_view operator[](difference_type n) const { return *(*this + n); }
+    const_iterator& operator++() { return ++_position, *this; }
+    const_iterator operator++(int) { return {_lookup, _position++}; }
+    const_iterator& operator--() { return --_position, *this; }
+    const_iterator operator--(int) { return {_lookup, _position--}; }
+    const_iterator& operator+=(difference_type n) { return _position += n, *this; }
+    const_iterator& operator-=(difference_type n) { return _position -= n, *this; }
+    friend const_iterator operator+(const_iterator i, difference_type n) { return i += n; }
+    friend const_iterator operator+(difference_type n, const_iterator i) { return i += n; }
+    friend const_iterator operator-(const_iterator i, difference_type n) { return i -= n; }
+    friend difference_type operator-(const_iterator a, const_iterator b) {
+      return a._position - b._position;
+    }
+    friend bool operator==(const_iterator a, const_iterator b) {
+      return a._position == b._position;
+    }
+    friend auto operator<=>(const_iterator a, const_iterator b) {
+      return a._position <=> b._position;
+    }
+
+   private:
+    const QNUnicodeNameLookup* _lookup = nullptr;
+    const uint32_t* _position = nullptr;
+  };
+
+  QNUnicodeNameKeyList(std::shared_ptr<const QNUnicodeNameLookup> lookup,
+                       std::vector<uint32_t> positions)
+      : _lookup(std::move(lookup)), _positions(std::move(positions)) {}
+
+  size_t size() const { return _positions.size(); }
+  bool empty() const { return _positions.empty(); }
+  std::u16string_view operator[](size_t i) const { return entry(i).key(); }
+  // The lookup's entry of the i-th key: the key and the codepoint it maps to.
+  const QNUnicodeNameLookup::Entry& entry(size_t i) const { return (*_lookup)[_positions[i]]; }
+  const_iterator begin() const { return {_lookup.get(), _positions.data()}; }
+  const_iterator end() const { return {_lookup.get(), _positions.data() + _positions.size()}; }
+
+  const std::shared_ptr<const QNUnicodeNameLookup>& lookup() const { return _lookup; }
+  const std::vector<uint32_t>& positions() const { return _positions; }
+
+ private:
+  std::shared_ptr<const QNUnicodeNameLookup> _lookup;
+  std::vector<uint32_t> _positions;
+};
+
+// The Index names of each codepoint in file order, as views into the Index text kept here.
+class QNUnicodeIndexNames {
+ public:
+  using Names = std::span<const std::u16string_view>;
+
+  // The names, each with its codepoint, in file order; `text` holds them all.
+  QNUnicodeIndexNames(UnicodeString text,
+                      std::vector<std::pair<uint32_t, std::u16string_view>> namesInFileOrder);
+  QNUnicodeIndexNames(const QNUnicodeIndexNames&) = delete;
+  QNUnicodeIndexNames& operator=(const QNUnicodeIndexNames&) = delete;
+
+  // The codepoints that have names, in ascending order.
+  const std::vector<uint32_t>& codepoints() const { return _codepoints; }
+  size_t size() const { return _codepoints.size(); }
+  bool contains(uint32_t codepoint) const { return !namesForCodepoint(codepoint).empty(); }
+  // The codepoint's names in file order; empty when it has none.
+  Names namesForCodepoint(uint32_t codepoint) const;
+
+ private:
+  UnicodeString _text;
+  std::vector<uint32_t> _codepoints;
+  std::vector<uint32_t> _firstNames;  // per codepoint, then the end of the last one's names
+  std::vector<std::u16string_view> _names;
+};
