@@ -4,6 +4,7 @@
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <fstream>
@@ -136,31 +137,26 @@ class NameKeySorter {
   NameKeySorter(QNUnicodeDatabase* readDatabase, const QNUnicodeNameLookup& lookup,
                 const std::vector<uint32_t>& positions)
       : _lookup(lookup) {
+    // Each sort key is laid out as its length (four bytes) and its bytes.
     size_t units = 0;
     for (uint32_t position : positions) units += lookup[position].key().size();
-    _bytes.reserve(units + units / 8);
-    std::vector<uint32_t> offsets(positions.size());
+    _bytes.reserve(units + units / 8 + 4 * positions.size());
+    _items.resize(positions.size());
     UnicodeString lowered;
     for (size_t i = 0; i < positions.size(); ++i) {
       const std::u16string_view key = lookup[positions[i]].key();
-      offsets[i] = static_cast<uint32_t>(_bytes.size());
-      _bytes.resize(offsets[i] + key.size());
-      if (!writeLowerASCII(key, _bytes.data() + offsets[i])) {
-        _bytes.resize(offsets[i]);
+      const size_t offset = _bytes.size();
+      _bytes.resize(offset + 4 + key.size());
+      if (!writeLowerASCII(key, _bytes.data() + offset + 4)) {
+        _bytes.resize(offset + 4);
         caseMap(readDatabase, key, false, lowered);
         for (char16_t u : lowered) appendOrderedBytes(_bytes, u);
       }
+      const auto length = static_cast<uint32_t>(_bytes.size() - offset - 4);
+      std::memcpy(_bytes.data() + offset, &length, 4);
+      _items[i] = {0, static_cast<uint32_t>(offset), positions[i]};
     }
-    // The buffer is complete: the items can point into it.
-    _items.resize(positions.size());
-    for (size_t i = 0; i < positions.size(); ++i) {
-      Item& item = _items[i];
-      item.bytes = _bytes.data() + offsets[i];
-      const size_t end = i + 1 < positions.size() ? offsets[i + 1] : _bytes.size();
-      item.length = static_cast<uint32_t>(end - offsets[i]);
-      item.position = positions[i];
-      item.word = wordAt(item, 0);
-    }
+    for (Item& item : _items) item.word = wordAt(item, 0);
   }
 
   // The positions in sorted order.
@@ -173,18 +169,25 @@ class NameKeySorter {
 
  private:
   struct Item {
-    uint64_t word;  // the sort key's bytes at the current depth, big-endian, zero-padded
-    const char* bytes;
-    uint32_t length;
-    uint32_t position;  // the key's in the lookup
+    uint64_t word;      // the sort key's bytes at the current depth, big-endian, zero-padded
+    uint32_t offset;    // of the sort key in _bytes
+    uint32_t position;  // of the key in the lookup
   };
 
+  uint32_t lengthOf(const Item& item) const {
+    uint32_t length;
+    std::memcpy(&length, _bytes.data() + item.offset, 4);
+    return length;
+  }
+  const char* bytesOf(const Item& item) const { return _bytes.data() + item.offset + 4; }
+
   // The sort key's bytes from depth * 8 on, eight of them (zeros past its end) as one number.
-  static uint64_t wordAt(const Item& item, size_t depth) {
+  uint64_t wordAt(const Item& item, size_t depth) const {
     const size_t start = depth * 8;
-    if (start >= item.length) return 0;
+    const size_t length = lengthOf(item);
+    if (start >= length) return 0;
     unsigned char bytes[8] = {};
-    std::memcpy(bytes, item.bytes + start, std::min<size_t>(8, item.length - start));
+    std::memcpy(bytes, bytesOf(item) + start, std::min<size_t>(8, length - start));
     uint64_t word;
     std::memcpy(&word, bytes, 8);
     return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
@@ -193,12 +196,13 @@ class NameKeySorter {
   // The whole comparison, for keys whose first `depth` words are equal.
   bool lessFrom(const Item& a, const Item& b, size_t depth) const {
     const size_t start = depth * 8;
-    const size_t common = std::min(a.length, b.length);
+    const uint32_t lengthA = lengthOf(a), lengthB = lengthOf(b);
+    const size_t common = std::min(lengthA, lengthB);
     if (common > start) {
-      const int order = std::memcmp(a.bytes + start, b.bytes + start, common - start);
+      const int order = std::memcmp(bytesOf(a) + start, bytesOf(b) + start, common - start);
       if (order != 0) return order < 0;
     }
-    if (a.length != b.length) return a.length < b.length;
+    if (lengthA != lengthB) return lengthA < lengthB;
     return _lookup[a.position].key() < _lookup[b.position].key();
   }
 
@@ -234,12 +238,14 @@ class NameKeySorter {
       items += less;
       count = greater - less;
       ++depth;
-      if (std::none_of(items, items + count,
-                       [depth](const Item& item) { return item.length > depth * 8; })) {
-        budget = 0;
-        continue;
+      bool anyLonger = false;
+      for (size_t i = 0; i < count; ++i) {
+        // The sort keys lie all over their buffer: ask for the ones a few items on early.
+        if (i + 8 < count) __builtin_prefetch(_bytes.data() + items[i + 8].offset);
+        items[i].word = wordAt(items[i], depth);
+        anyLonger |= lengthOf(items[i]) > depth * 8;
       }
-      for (Item* item = items; item != items + count; ++item) item->word = wordAt(*item, depth);
+      if (!anyLonger) budget = 0;
     }
   }
 
@@ -253,6 +259,12 @@ void storeKey(QNUnicodeNameLookup& lookup, QNUnicodeNameLookup* withoutUnihan, u
               std::u16string_view key) {
   lookup.setCodepointForKey(codepoint, key);
   if (withoutUnihan && withoutUnihan != &lookup) withoutUnihan->setCodepointForKey(codepoint, key);
+}
+
+void storeKeys(QNUnicodeNameLookup& lookup, QNUnicodeNameLookup* withoutUnihan,
+               std::span<const QNUnicodeNameLookup::KeyAndCodepoint> keys) {
+  lookup.setCodepointsForKeys(keys);
+  if (withoutUnihan && withoutUnihan != &lookup) withoutUnihan->setCodepointsForKeys(keys);
 }
 
 std::optional<std::string> fileBytes(const std::string& path) {
@@ -269,77 +281,106 @@ std::optional<std::string> fileBytes(const std::string& path) {
 
 QNUnicodeNameLookup::QNUnicodeNameLookup(size_t capacity) {
   _entries.reserve(capacity);
-  _hashes.reserve(capacity);
   // At most seven slots in ten are used.
   _slots.assign(std::bit_ceil(std::max<size_t>(16, capacity * 10 / 7 + 1)), 0);
 }
 
-// Eight bytes at a time, each mixed in by a multiplication, then the upper half of a final mix.
+// Sixteen bytes at a time in two lanes, each word mixed into its lane by a multiplication, then
+// the lanes joined and mixed once more; the upper half of the result is the hash.
 uint32_t QNUnicodeNameLookup::hash(std::u16string_view key) {
-  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
+  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15u, kOtherMultiplier = 0xC2B2AE3D27D4EB4Fu;
   const char* bytes = reinterpret_cast<const char*>(key.data());
   size_t size = key.size() * sizeof(char16_t);
-  uint64_t h = (size + 1) * kMultiplier;
-  for (; size >= 8; bytes += 8, size -= 8) {
-    uint64_t word;
+  uint64_t lane = (size + 1) * kMultiplier, otherLane = kOtherMultiplier;
+  for (; size >= 16; bytes += 16, size -= 16) {
+    uint64_t word, otherWord;
     std::memcpy(&word, bytes, 8);
-    h = (h ^ word) * kMultiplier;
-    h ^= h >> 29;
+    std::memcpy(&otherWord, bytes + 8, 8);
+    lane = std::rotl((lane ^ word) * kMultiplier, 29);
+    otherLane = std::rotl((otherLane ^ otherWord) * kOtherMultiplier, 29);
   }
-  if (size > 0) {
-    uint64_t word = 0;
-    std::memcpy(&word, bytes, size);
-    h = (h ^ word) * kMultiplier;
-  }
+  uint64_t tail[2] = {0, 0};
+  std::memcpy(tail, bytes, size);
+  lane = (lane ^ tail[0]) * kMultiplier;
+  otherLane = (otherLane ^ tail[1]) * kOtherMultiplier;
+  uint64_t h = lane ^ std::rotl(otherLane, 32);
   h ^= h >> 32;
   h *= 0xBF58476D1CE4E5B9u;
   h ^= h >> 31;
   return static_cast<uint32_t>(h >> 32);
 }
 
-// The slots and the hashes are small enough to stay in the cache while the map is filled; an
-// entry and its key text are looked at only when the hashes agree.
+// A slot holds the key's hash beside its entry's position, so that probing past other keys
+// reads nothing but the slots; an entry and its key text are looked at only when the hashes
+// agree.
 size_t QNUnicodeNameLookup::slotFor(std::u16string_view key, uint32_t hash) const {
   const size_t mask = _slots.size() - 1;
   for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
-    const uint32_t position = _slots[slot];
-    if (position == 0) return slot;
-    if (_hashes[position - 1] == hash && _entries[position - 1].key() == key) return slot;
+    const uint64_t value = _slots[slot];
+    if (value == 0) return slot;
+    if (static_cast<uint32_t>(value >> 32) == hash &&
+        _entries[static_cast<uint32_t>(value) - 1].key() == key) {
+      return slot;
+    }
   }
 }
 
 std::optional<uint32_t> QNUnicodeNameLookup::codepointForKey(std::u16string_view key) const {
-  const uint32_t position = _slots[slotFor(key, hash(key))];
-  if (position == 0) return std::nullopt;
-  return _entries[position - 1].codepoint();
+  const uint64_t value = _slots[slotFor(key, hash(key))];
+  if (value == 0) return std::nullopt;
+  return _entries[static_cast<uint32_t>(value) - 1].codepoint();
 }
 
 void QNUnicodeNameLookup::setCodepointForKey(uint32_t codepoint, std::u16string_view key) {
   if ((_entries.size() + 1) * 10 > _slots.size() * 7) growSlots();
-  const uint32_t h = hash(key);
-  const size_t slot = slotFor(key, h);
+  store(codepoint, key, hash(key));
+}
+
+void QNUnicodeNameLookup::setCodepointsForKeys(std::span<const KeyAndCodepoint> keys) {
+  // Slots are met in no order, each a likely cache miss: the slot of the key eight places on is
+  // asked for before a key is stored.
+  constexpr size_t kAhead = 8, kRun = 64;
+  while ((_entries.size() + keys.size()) * 10 > _slots.size() * 7) growSlots();
+  const size_t mask = _slots.size() - 1;
+  std::array<uint32_t, kRun> hashes;
+  for (size_t first = 0; first < keys.size(); first += kRun) {
+    const size_t count = std::min(kRun, keys.size() - first);
+    for (size_t i = 0; i < count; ++i) {
+      hashes[i] = hash(keys[first + i].key);
+      if (i < kAhead) __builtin_prefetch(&_slots[hashes[i] & mask]);
+    }
+    for (size_t i = 0; i < count; ++i) {
+      if (i + kAhead < count) __builtin_prefetch(&_slots[hashes[i + kAhead] & mask]);
+      store(keys[first + i].codepoint, keys[first + i].key, hashes[i]);
+    }
+  }
+}
+
+void QNUnicodeNameLookup::store(uint32_t codepoint, std::u16string_view key, uint32_t hash) {
+  const size_t slot = slotFor(key, hash);
   if (_slots[slot] != 0) {
-    _entries[_slots[slot] - 1]._codepoint = codepoint;
+    _entries[static_cast<uint32_t>(_slots[slot]) - 1]._codepoint = codepoint;
     return;
   }
   _entries.push_back(
       Entry(_texts.store(key.begin(), key.end()), static_cast<uint32_t>(key.size()), codepoint));
-  _hashes.push_back(h);
-  _slots[slot] = static_cast<uint32_t>(_entries.size());
+  _slots[slot] = (static_cast<uint64_t>(hash) << 32) | _entries.size();
 }
 
 void QNUnicodeNameLookup::growSlots() {
-  _slots.assign(_slots.size() * 2, 0);
-  const size_t mask = _slots.size() - 1;
-  for (size_t i = 0; i < _entries.size(); ++i) {
-    size_t slot = _hashes[i] & mask;
-    while (_slots[slot] != 0) slot = (slot + 1) & mask;
-    _slots[slot] = static_cast<uint32_t>(i + 1);
+  std::vector<uint64_t> slots(_slots.size() * 2, 0);
+  const size_t mask = slots.size() - 1;
+  for (const uint64_t value : _slots) {
+    if (value == 0) continue;
+    size_t slot = (value >> 32) & mask;
+    while (slots[slot] != 0) slot = (slot + 1) & mask;
+    slots[slot] = value;
   }
+  _slots = std::move(slots);
 }
 
 QNUnicodeNameLookup::QNUnicodeNameLookup(const QNUnicodeNameLookup& other)
-    : _slots(other._slots), _hashes(other._hashes) {
+    : _slots(other._slots) {
   _entries.reserve(other._entries.capacity());
   for (const Entry& entry : other._entries) {
     const std::u16string_view key = entry.key();
@@ -477,18 +518,26 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
   createNameLookupMaps();
 
   if (!_nameLookupContainsDatabase) {
-    // Every record read from the file; the members of First/Last ranges add nothing.
-    UnicodeString key;
+    // Every record read from the file; the members of First/Last ranges add nothing. The keys
+    // are stored a run at a time, in order, each made in a buffer of its own that is reused.
+    constexpr size_t kRun = 64;
+    std::array<UnicodeString, kRun> keys;
+    std::array<QNUnicodeNameLookup::KeyAndCodepoint, kRun> run;
+    size_t count = 0;
+    const auto add = [&](std::u16string_view name, uint32_t codepoint, uint32_t codeValue) {
+      makeNameKey(keys[count], name, codepoint);
+      run[count] = {keys[count], codeValue};
+      if (++count < kRun) return;
+      storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), run);
+      count = 0;
+    };
     for (const QNUnicodeConcreteData* record : _unicodeDataFileRecords) {
       const uint32_t codepoint = record->codepoint();
       const UnicodeString unicode1Name = record->unicode1Name();
-      if (!unicode1Name.empty()) {
-        makeNameKey(key, unicode1Name, codepoint);
-        storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), record->codeValue(), key);
-      }
-      makeNameKey(key, record->characterName(), codepoint);
-      storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), record->codeValue(), key);
+      if (!unicode1Name.empty()) add(unicode1Name, codepoint, record->codeValue());
+      add(record->characterName(), codepoint, record->codeValue());
     }
+    storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), std::span(run.data(), count));
     _nameLookupContainsDatabase = true;
   }
 

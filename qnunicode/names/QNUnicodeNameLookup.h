@@ -56,6 +56,13 @@ class QNUnicodeNameLookup {
   // Maps the key to the codepoint: a new key is added at the end, a key already there keeps its
   // place and takes the new codepoint.
   void setCodepointForKey(uint32_t codepoint, std::u16string_view key);
+  struct KeyAndCodepoint {
+    std::u16string_view key;
+    uint32_t codepoint;
+  };
+  // The same for each of the keys, one after the other; the places of the keys further on are
+  // looked up ahead, while the ones before them are stored.
+  void setCodepointsForKeys(std::span<const KeyAndCodepoint> keys);
 
   // The same keys mapped to the same codepoints, whatever their order.
   bool operator==(const QNUnicodeNameLookup& other) const;
@@ -65,12 +72,12 @@ class QNUnicodeNameLookup {
   // The slot that holds the key, or the empty slot where it would go.
   size_t slotFor(std::u16string_view key, uint32_t hash) const;
   void growSlots();
+  void store(uint32_t codepoint, std::u16string_view key, uint32_t hash);
 
   std::vector<Entry> _entries;
-  // Open addressing, linear probing: each slot is empty (0) or holds its entry's position plus
-  // one.
-  std::vector<uint32_t> _slots;
-  std::vector<uint32_t> _hashes;  // each entry's hash, for growing the slots
+  // Open addressing, linear probing: each slot is empty (0) or holds its key's hash (upper
+  // half) and its entry's position plus one (lower half).
+  std::vector<uint64_t> _slots;
   qnunicode::detail::BlockArena<char16_t> _texts{size_t{1} << 15};
 };
 

@@ -2,6 +2,7 @@
 
 #include <unicode/regex.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "QNUArguments.h"
@@ -15,25 +16,51 @@ namespace qnu {
 
 CaseBlindWordMatcher::CaseBlindWordMatcher(const std::vector<UnicodeString>& words, Folding folding)
     : _folding(std::move(folding)) {
+  _asciiWords.emplace();
   for (const UnicodeString& word : words) {
     UnicodeString folded;
     fold(word, folded);
+    if (_asciiWords && std::all_of(folded.begin(), folded.end(), [](char16_t u) { return u < 0x80; })) {
+      _asciiWords->emplace_back(folded.begin(), folded.end());
+    } else {
+      _asciiWords.reset();
+    }
     _words.push_back(std::move(folded));
   }
 }
 
 void CaseBlindWordMatcher::fold(std::u16string_view text, UnicodeString& into) const {
-  into.clear();
+  into.resize(text.size());
+  char16_t* out = into.data();
   for (char16_t unit : text) {
     if (unit >= 0x80) {
       into = _folding(UnicodeString(text));
       return;
     }
-    into += (unit >= u'A' && unit <= u'Z') ? static_cast<char16_t>(unit + 0x20) : unit;
+    *out++ = (unit >= u'A' && unit <= u'Z') ? static_cast<char16_t>(unit + 0x20) : unit;
   }
 }
 
 bool CaseBlindWordMatcher::matches(std::u16string_view key) {
+  // An ASCII key is folded to bytes and searched for the words as bytes; it cannot hold a word
+  // whose folded form goes beyond ASCII.
+  _foldedBytes.resize(key.size());
+  char* out = _foldedBytes.data();
+  bool ascii = true;
+  for (char16_t unit : key) {
+    if (unit >= 0x80) {
+      ascii = false;
+      break;
+    }
+    *out++ = static_cast<char>((unit >= u'A' && unit <= u'Z') ? unit + 0x20 : unit);
+  }
+  if (ascii) {
+    if (!_asciiWords) return false;
+    const std::string_view folded = _foldedBytes;
+    return std::all_of(_asciiWords->begin(), _asciiWords->end(), [folded](const std::string& word) {
+      return folded.find(word) != std::string_view::npos;
+    });
+  }
   fold(key, _foldedKey);
   for (const UnicodeString& word : _words) {
     if (_foldedKey.find(word) == UnicodeString::npos) return false;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,7 +27,10 @@ class CaseBlindWordMatcher {
 
   Folding _folding;
   std::vector<UnicodeString> _words;
+  // The folded words as bytes, when every one of them is ASCII.
+  std::optional<std::vector<std::string>> _asciiWords;
   UnicodeString _foldedKey;
+  std::string _foldedBytes;
 };
 
 }  // namespace qnu
