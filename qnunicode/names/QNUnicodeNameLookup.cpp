@@ -21,8 +21,9 @@
 
 namespace {
 
-// The room a new map has: the published files give about 42000 keys without Unihan.
-constexpr size_t kNameLookupCapacity = 45000;
+// The maps are made with little room: each stage makes room for the keys it brings (the
+// published files give about 6000 Index keys and 36000 UnicodeData keys).
+constexpr size_t kNameLookupCapacity = 64;
 
 // "%@ [U+%04X]": the name, a blank and the bracketed code in at least four upper-case digits,
 // written over `key`.
@@ -65,11 +66,13 @@ uint32_t simpleCaseMapping(QNUnicodeDatabase& database, uint32_t codepoint, bool
 // own).
 void caseMap(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upper,
              UnicodeString& result) {
-  result.assign(text);
-  if (std::all_of(text.begin(), text.end(), [](char16_t u) { return u < 0x80; })) {
-    for (char16_t& u : result) u = upper ? asciiUpper(u) : asciiLower(u);
-    return;
+  result.resize(text.size());
+  char16_t* out = result.data();
+  for (const char16_t u : text) {
+    if (u >= 0x80) break;
+    *out++ = upper ? asciiUpper(u) : asciiLower(u);
   }
+  if (out == result.data() + text.size()) return;
   result.clear();
   for (size_t i = 0; i < text.size(); ++i) {
     uint32_t c = text[i];
@@ -92,7 +95,7 @@ void caseMap(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upp
 bool writeLowerASCII(std::u16string_view key, char* out) {
   constexpr uint64_t kLanes = 0x0001000100010001u;
   size_t i = 0;
-  for (; i + 4 <= key.size(); i += 4, out += 4) {
+  for (; std::endian::native == std::endian::little && i + 4 <= key.size(); i += 4, out += 4) {
     uint64_t lanes;
     std::memcpy(&lanes, key.data() + i, 8);
     if (lanes & (0xFF80 * kLanes)) return false;
@@ -280,9 +283,15 @@ std::optional<std::string> fileBytes(const std::string& path) {
 // ---- The map ----------------------------------------------------------------------------------
 
 QNUnicodeNameLookup::QNUnicodeNameLookup(size_t capacity) {
-  _entries.reserve(capacity);
-  // At most seven slots in ten are used.
-  _slots.assign(std::bit_ceil(std::max<size_t>(16, capacity * 10 / 7 + 1)), 0);
+  _slots.assign(16, 0);
+  reserve(capacity);
+}
+
+// At most seven slots in ten are used; the slots at least double when they grow.
+void QNUnicodeNameLookup::reserve(size_t keys) {
+  if (keys > _entries.capacity()) _entries.reserve(std::max(keys, _entries.capacity() * 2));
+  if (keys * 10 <= _slots.size() * 7) return;
+  rehash(std::max(_slots.size() * 2, std::bit_ceil(keys * 10 / 7 + 1)));
 }
 
 // Sixteen bytes at a time in two lanes, each word mixed into its lane by a multiplication, then
@@ -332,7 +341,7 @@ std::optional<uint32_t> QNUnicodeNameLookup::codepointForKey(std::u16string_view
 }
 
 void QNUnicodeNameLookup::setCodepointForKey(uint32_t codepoint, std::u16string_view key) {
-  if ((_entries.size() + 1) * 10 > _slots.size() * 7) growSlots();
+  if ((_entries.size() + 1) * 10 > _slots.size() * 7) rehash(_slots.size() * 2);
   store(codepoint, key, hash(key));
 }
 
@@ -340,7 +349,7 @@ void QNUnicodeNameLookup::setCodepointsForKeys(std::span<const KeyAndCodepoint> 
   // Slots are met in no order, each a likely cache miss: the slot of the key eight places on is
   // asked for before a key is stored.
   constexpr size_t kAhead = 8, kRun = 64;
-  while ((_entries.size() + keys.size()) * 10 > _slots.size() * 7) growSlots();
+  reserve(_entries.size() + keys.size());
   const size_t mask = _slots.size() - 1;
   std::array<uint32_t, kRun> hashes;
   for (size_t first = 0; first < keys.size(); first += kRun) {
@@ -367,8 +376,8 @@ void QNUnicodeNameLookup::store(uint32_t codepoint, std::u16string_view key, uin
   _slots[slot] = (static_cast<uint64_t>(hash) << 32) | _entries.size();
 }
 
-void QNUnicodeNameLookup::growSlots() {
-  std::vector<uint64_t> slots(_slots.size() * 2, 0);
+void QNUnicodeNameLookup::rehash(size_t slotCount) {
+  std::vector<uint64_t> slots(slotCount, 0);
   const size_t mask = slots.size() - 1;
   for (const uint64_t value : _slots) {
     if (value == 0) continue;
@@ -470,6 +479,7 @@ void QNUnicodeDatabase::readIndex() {
 
   std::vector<std::pair<uint32_t, std::u16string_view>> names;
   names.reserve(static_cast<size_t>(std::count(text->begin(), text->end(), u'\n')) + 1);
+  _nameLookup->reserve(_nameLookup->size() + names.capacity());
   UnicodeString key, uppercased;
   const std::u16string_view all = *text;
   for (size_t start = 0; start <= all.size();) {
@@ -531,6 +541,8 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
       storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), run);
       count = 0;
     };
+    // A key for every record and a Unicode 1.0 name for a few of them.
+    _nameLookup->reserve(_nameLookup->size() + _unicodeDataFileRecords.size() * 17 / 16);
     for (const QNUnicodeConcreteData* record : _unicodeDataFileRecords) {
       const uint32_t codepoint = record->codepoint();
       const UnicodeString unicode1Name = record->unicode1Name();

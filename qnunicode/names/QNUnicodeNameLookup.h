@@ -39,6 +39,8 @@ class QNUnicodeNameLookup {
 
   // Room for `capacity` keys before the map grows.
   explicit QNUnicodeNameLookup(size_t capacity = 0);
+  // Room for `keys` keys in all before the map grows again.
+  void reserve(size_t keys);
   // A copy keeps its own key texts.
   QNUnicodeNameLookup(const QNUnicodeNameLookup& other);
   QNUnicodeNameLookup& operator=(const QNUnicodeNameLookup&) = delete;
@@ -71,7 +73,7 @@ class QNUnicodeNameLookup {
   static uint32_t hash(std::u16string_view key);
   // The slot that holds the key, or the empty slot where it would go.
   size_t slotFor(std::u16string_view key, uint32_t hash) const;
-  void growSlots();
+  void rehash(size_t slotCount);
   void store(uint32_t codepoint, std::u16string_view key, uint32_t hash);
 
   std::vector<Entry> _entries;

@@ -58,11 +58,12 @@ std::vector<UnicodeString> names(const QNUnicodeIndexNames& index, uint32_t code
 }  // namespace
 
 // The map against the standard one under random keys: new keys, replaced codepoints, lookups of
-// absent keys, growth far beyond the first room and keys longer than a block of key text; every
-// key handed out earlier still reads the same.
+// absent keys, runs of keys stored at once (in the order of storing them one by one), growth
+// far beyond the first room and keys longer than a block of key text; every key handed out
+// earlier still reads the same.
 TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
   std::mt19937 random(7);
-  QNUnicodeNameLookup lookup(4);
+  QNUnicodeNameLookup lookup(4), oneByOne;
   std::unordered_map<UnicodeString, uint32_t> reference;
   std::vector<std::pair<std::u16string_view, UnicodeString>> handedOut;
   const auto randomKey = [&random] {
@@ -77,8 +78,20 @@ TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
     ASSERT_EQ(lookup.codepointForKey(key), reference.contains(key)
                                                ? std::optional(reference.at(key))
                                                : std::nullopt);
-    if (random() % 3) {
+    if (step % 500 == 0) {
+      // A run of keys, some of them repeated, stored at once as if one after the other.
+      std::vector<UnicodeString> keys;
+      for (size_t n = random() % 200; n > 0; --n) keys.push_back(random() % 4 ? randomKey() : key);
+      std::vector<QNUnicodeNameLookup::KeyAndCodepoint> run;
+      for (const UnicodeString& k : keys) run.push_back({k, static_cast<uint32_t>(random())});
+      lookup.setCodepointsForKeys(run);
+      for (const auto& [k, c] : run) {
+        oneByOne.setCodepointForKey(c, k);
+        reference[UnicodeString(k)] = c;
+      }
+    } else if (random() % 3) {
       lookup.setCodepointForKey(codepoint, key);
+      oneByOne.setCodepointForKey(codepoint, key);
       reference[key] = codepoint;
     }
     if (step % 1000 == 0 && lookup.contains(key)) {
@@ -89,6 +102,9 @@ TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
   }
   EXPECT_EQ(contents(lookup), (std::map<UnicodeString, uint32_t>(reference.begin(), reference.end())));
   EXPECT_GT(lookup.size(), 1000u);
+  EXPECT_TRUE(std::ranges::equal(lookup, oneByOne, [](auto& a, auto& b) {
+    return a.key() == b.key() && a.codepoint() == b.codepoint();
+  }));
   for (const auto& [view, key] : handedOut) EXPECT_EQ(view, key);
   QNUnicodeNameLookup copy(lookup);
   EXPECT_TRUE(copy == lookup && std::ranges::equal(copy, lookup, [](auto& a, auto& b) {
