@@ -158,6 +158,46 @@ TEST(NameLookup, IndexKeysDependOnWhatWasReadFirstAndSortIgnoringCase) {
   EXPECT_EQ(database.sortedNameLookupWithoutUnihanKeys(), sorted);
 }
 
+// Keys made to be hard to sort: long shared prefixes, names that are prefixes of others, letters
+// beyond ASCII that the records lower-case, and many keys equal but for case. The sorted list
+// is the plain sort of the same keys: lower-cased units first, then the units themselves.
+TEST(NameLookup, SortedKeysAreThePlainCaseBlindSortOfTheKeys) {
+  qnunicode::testing::ScratchDirectory scratch;
+  scratch.write("UnicodeData.txt", kUnicodeData);
+  std::mt19937 random(11);
+  const std::string letters[] = {"a", "A", "b", "B", " ", "\xC3\x89", "\xC3\xA9", "z", "-"};
+  std::string index;
+  for (int line = 0; line < 3000; ++line) {
+    std::string name = line % 3 ? std::string(random() % 40, 'a') : "";
+    for (size_t n = random() % 12; n > 0; --n) name += letters[random() % std::size(letters)];
+    index += name + QNFormat("\t%04X\n", static_cast<unsigned>(random() % 3 + 0x41));
+  }
+  for (unsigned variant = 0; variant < 31; ++variant) {  // all but the capitals of "mixedcase"
+    std::string name = "mixedcase";
+    for (unsigned bit = 0; bit < 5; ++bit) {
+      if (variant & (1u << bit)) name[bit] = static_cast<char>(name[bit] - 32);
+    }
+    index += name + "\t0041\n";
+  }
+  scratch.write("Index.txt", index);
+  QNUnicodeDatabase database({scratch.path()}, {});
+  const auto sorted = database.sortedNameLookupKeys();
+  const auto lookup = database.nameLookup();
+  ASSERT_TRUE(sorted && lookup && lookup->size() > 2000);
+  const auto lowered = [](std::u16string_view key) {
+    UnicodeString text(key);
+    for (char16_t& u : text) u = (u >= u'A' && u <= u'Z') || u == u'\u00C9' ? u + 32 : u;
+    return text;
+  };
+  std::vector<UnicodeString> expected;
+  for (const auto& entry : *lookup) expected.emplace_back(entry.key());
+  std::sort(expected.begin(), expected.end(), [&](const UnicodeString& a, const UnicodeString& b) {
+    const UnicodeString lowerA = lowered(a), lowerB = lowered(b);
+    return lowerA != lowerB ? lowerA < lowerB : a < b;
+  });
+  EXPECT_TRUE(std::ranges::equal(*sorted, expected));
+}
+
 TEST(RealNameLookup, KeysIndexNamesAndSortedKeysFollowTheFiles) {
   QNUnicodeDatabase database({qnunicode::testing::ucdDirectory()}, {});
   auto lookup = database.nameLookup();
