@@ -102,7 +102,11 @@ bool writeLowerASCII(std::u16string_view key, char* out) {
     const uint64_t atLeastA = lanes + (0x80 - 'A') * kLanes;
     const uint64_t beyondZ = lanes + (0x80 - 'Z' - 1) * kLanes;
     lanes += ((atLeastA & ~beyondZ) & (0x80 * kLanes)) >> 2;
-    for (int lane = 0; lane < 4; ++lane) out[lane] = static_cast<char>(lanes >> (16 * lane));
+    // Each lane's low byte, packed into the low four bytes in lane order.
+    lanes = (lanes | (lanes >> 8)) & 0x0000FFFF0000FFFFu;
+    lanes = (lanes | (lanes >> 16)) & 0xFFFFFFFFu;
+    const auto bytes = static_cast<uint32_t>(lanes);
+    std::memcpy(out, &bytes, 4);
   }
   for (; i < key.size(); ++i) {
     if (key[i] >= 0x80) return false;
@@ -214,7 +218,7 @@ class NameKeySorter {
   // by whole comparisons instead, so no input makes the sort slow or its recursion deep.
   void sortFrom(Item* items, size_t count, size_t depth, size_t budget) {
     while (count > 1) {
-      if (count <= 12 || budget == 0) {
+      if (count <= 4 || budget == 0) {
         std::sort(items, items + count,
                   [this, depth](const Item& a, const Item& b) { return lessFrom(a, b, depth); });
         return;
