@@ -39,8 +39,7 @@ UnicodeString keyFor(const std::string& name, uint32_t codepoint) {
 }
 
 // Times one first call on a new database, after `prepare` (untimed) on the same database.
-void registerFirstCall(const char* name,
-                       std::function<void(QNUnicodeDatabase&)> prepare,
+void registerFirstCall(const char* name, std::function<void(QNUnicodeDatabase&)> prepare,
                        std::function<void(QNUnicodeDatabase&)> firstCall) {
   benchmark::RegisterBenchmark(name, [prepare, firstCall](benchmark::State& s) {
     for (auto _ : s) {

@@ -392,12 +392,12 @@ void QNUnicodeNameLookup::rehash(size_t slotCount) {
   _slots = std::move(slots);
 }
 
-QNUnicodeNameLookup::QNUnicodeNameLookup(const QNUnicodeNameLookup& other)
-    : _slots(other._slots) {
+QNUnicodeNameLookup::QNUnicodeNameLookup(const QNUnicodeNameLookup& other) : _slots(other._slots) {
   _entries.reserve(other._entries.capacity());
   for (const Entry& entry : other._entries) {
     const std::u16string_view key = entry.key();
-    _entries.push_back(Entry(_texts.store(key.begin(), key.end()), entry._length, entry._codepoint));
+    _entries.push_back(
+        Entry(_texts.store(key.begin(), key.end()), entry._length, entry._codepoint));
   }
 }
 
@@ -608,8 +608,7 @@ std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupK
   return _sortedNameLookupKeys;
 }
 
-std::shared_ptr<const QNUnicodeNameKeyList>
-QNUnicodeDatabase::sortedNameLookupWithoutUnihanKeys() {
+std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupWithoutUnihanKeys() {
   if (!_isUnihanAvailable) return sortedNameLookupKeys();
   if (!_sortedNameLookupWithoutUnihanKeys) {
     if (const std::shared_ptr<const QNUnicodeNameLookup> lookup = nameLookupWithoutUnihan()) {

@@ -3,15 +3,15 @@
 // The tables of the name lookup: name keys ("NAME [U+XXXX]") mapped to codepoints, lists of such
 // keys in a chosen order, and the Index names of each codepoint.
 
-#include <cstddef>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
-#include <utility>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qnunicode/names/QNUnicodeNamesArena.h"

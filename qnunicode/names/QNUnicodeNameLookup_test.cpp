@@ -1,3 +1,5 @@
+#include "qnunicode/names/QNUnicodeNameLookup.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unicode/uchar.h>
@@ -11,7 +13,6 @@
 #include <unordered_map>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/testing/QNTestSupport.h"
 
 using ::testing::ElementsAre;
@@ -69,15 +70,15 @@ TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
   const auto randomKey = [&random] {
     const size_t length = random() % 50 == 0 ? 40000 + random() % 3 : random() % 12;
     UnicodeString key(length, u'A');
-    for (char16_t& u : key) u = static_cast<char16_t>(random() % 3 ? u'A' + random() % 4 : random());
+    for (char16_t& u : key)
+      u = static_cast<char16_t>(random() % 3 ? u'A' + random() % 4 : random());
     return key;
   };
   for (int step = 0; step < 30000; ++step) {
     const UnicodeString key = randomKey();
     const uint32_t codepoint = random() % 0x110000;
-    ASSERT_EQ(lookup.codepointForKey(key), reference.contains(key)
-                                               ? std::optional(reference.at(key))
-                                               : std::nullopt);
+    ASSERT_EQ(lookup.codepointForKey(key),
+              reference.contains(key) ? std::optional(reference.at(key)) : std::nullopt);
     if (step % 500 == 0) {
       // A run of keys, some of them repeated, stored at once as if one after the other.
       std::vector<UnicodeString> keys;
@@ -100,7 +101,8 @@ TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
       handedOut.emplace_back(entry->key(), key);
     }
   }
-  EXPECT_EQ(contents(lookup), (std::map<UnicodeString, uint32_t>(reference.begin(), reference.end())));
+  EXPECT_EQ(contents(lookup),
+            (std::map<UnicodeString, uint32_t>(reference.begin(), reference.end())));
   EXPECT_GT(lookup.size(), 1000u);
   EXPECT_TRUE(std::ranges::equal(lookup, oneByOne, [](auto& a, auto& b) {
     return a.key() == b.key() && a.codepoint() == b.codepoint();
@@ -108,8 +110,9 @@ TEST(NameLookupMap, AgreesWithAStandardMapAndKeepsItsKeysInPlace) {
   for (const auto& [view, key] : handedOut) EXPECT_EQ(view, key);
   QNUnicodeNameLookup copy(lookup);
   EXPECT_TRUE(copy == lookup && std::ranges::equal(copy, lookup, [](auto& a, auto& b) {
-    return a.key() == b.key() && a.codepoint() == b.codepoint() && a.key().data() != b.key().data();
-  }));
+                return a.key() == b.key() && a.codepoint() == b.codepoint() &&
+                       a.key().data() != b.key().data();
+              }));
   copy.setCodepointForKey(copy[0].codepoint() + 1, copy[0].key());
   EXPECT_FALSE(copy == lookup);
   copy.setCodepointForKey(1, u"a key of the copy only");
@@ -239,8 +242,7 @@ TEST(RealNameLookup, KeysIndexNamesAndSortedKeysFollowTheFiles) {
   for (size_t i = 1; i < sorted->size(); ++i) {
     const UnicodeString a((*sorted)[i - 1]), b((*sorted)[i]);
     UErrorCode status = U_ZERO_ERROR;
-    const int order =
-        u_strCaseCompare(a.c_str(), -1, b.c_str(), -1, U_FOLD_CASE_DEFAULT, &status);
+    const int order = u_strCaseCompare(a.c_str(), -1, b.c_str(), -1, U_FOLD_CASE_DEFAULT, &status);
     EXPECT_TRUE(order < 0 || (order == 0 && a < b))
         << qnunicode::toUTF8(a) << " before " << qnunicode::toUTF8(b);
   }
@@ -255,7 +257,8 @@ TEST(RealNameLookup, KeysIndexNamesAndSortedKeysFollowTheFiles) {
     std::vector<std::u16string_view> filtered;
     std::ranges::copy_if(*sorted, std::back_inserter(filtered), test);
     ASSERT_TRUE(passing && std::ranges::equal(*passing, filtered));
-    EXPECT_TRUE(std::ranges::equal(*database.sortedNameLookupKeysPassingTest(test, true), filtered));
+    EXPECT_TRUE(
+        std::ranges::equal(*database.sortedNameLookupKeysPassingTest(test, true), filtered));
   }
   // With Unihan files the map without Unihan holds the same keys until Unihan is read.
   EXPECT_EQ(*database.nameLookupWithoutUnihan(), *lookup);

@@ -221,8 +221,8 @@ class NamesListBuilder {
     } else {
       const UnicodeString text =
           qnunicode::decodeUTF8(std::string_view(bytes, length)).value_or(UnicodeString());
-      _pending.push_back(
-          {field, static_cast<uint32_t>(text.size()), _list->_text.store(text.begin(), text.end())});
+      _pending.push_back({field, static_cast<uint32_t>(text.size()),
+                          _list->_text.store(text.begin(), text.end())});
     }
   }
   void addLine(uint32_t field, const char16_t* units, size_t length) {
@@ -235,7 +235,8 @@ class NamesListBuilder {
   void endEntry(uint32_t codepoint) {
     Entry::Line* lines = _list->_lines.allocate(_pending.size());
     Entry::Line* next = lines;
-    for (uint32_t field = 0; field < Entry::FieldCount && next != lines + _pending.size(); ++field) {
+    for (uint32_t field = 0; field < Entry::FieldCount && next != lines + _pending.size();
+         ++field) {
       for (const PendingLine& line : _pending) {
         if (line.field == field) *next++ = {line.text, line.length, field};
       }
@@ -298,8 +299,8 @@ std::shared_ptr<QNUnicodeNamesListEntries> QNUnicodeNamesList_CharEntry::readNam
   return builder.list();
 }
 
-std::shared_ptr<const QNUnicodeNamesList_CharEntry> QNUnicodeNamesList_CharEntry::charEntryWithScanner(
-    QNScanner& scanner) {
+std::shared_ptr<const QNUnicodeNamesList_CharEntry>
+QNUnicodeNamesList_CharEntry::charEntryWithScanner(QNScanner& scanner) {
   const std::u16string_view text = scanner.text();
   const size_t start = scanner.scanLocation();
   NamesListBuilder builder(NamesListBuilder::Encoding::UTF16);
@@ -314,8 +315,7 @@ std::shared_ptr<const QNUnicodeNamesList_CharEntry> QNUnicodeNamesList_CharEntry
 
 // ---- Entries ----------------------------------------------------------------------------------
 
-QNUnicodeNamesList_CharEntry::Lines QNUnicodeNamesList_CharEntry::linesOfField(
-    Field field) const {
+QNUnicodeNamesList_CharEntry::Lines QNUnicodeNamesList_CharEntry::linesOfField(Field field) const {
   const Line* begin = _lines;
   const Line* const end = _lines + _lineCount;
   while (begin != end && begin->field < field) ++begin;
@@ -327,8 +327,8 @@ QNUnicodeNamesList_CharEntry::Lines QNUnicodeNamesList_CharEntry::linesOfField(
 
 UnicodeString QNUnicodeNamesList_CharEntry::allLinesString() const {
   static constexpr std::u16string_view kPrefixes[FieldCount] = {
-      u"\t\t= ", u"\t\t\u225D ", u"\t\t", u"\t\t\u2192 ", u"\t\tEQUIV ", u"\t\tAPPROX ",
-      u"\t\tnotice: "};
+      u"\t\t= ",     u"\t\t\u225D ", u"\t\t",        u"\t\t\u2192 ",
+      u"\t\tEQUIV ", u"\t\tAPPROX ", u"\t\tnotice: "};
   UnicodeString text;
   for (const Line* line = _lines; line != _lines + _lineCount; ++line) {
     text.append(kPrefixes[line->field]);
@@ -349,9 +349,9 @@ UnicodeString QNUnicodeNamesList_CharEntry::allLinesString() const {
 const QNUnicodeNamesList_CharEntry* QNUnicodeNamesListEntries::entryForCodepoint(
     uint32_t codepoint) const {
   if (_byCodepoint.empty()) {
-    const auto found = std::lower_bound(
-        _entries.begin(), _entries.end(), codepoint,
-        [](const Entry& entry, uint32_t c) { return entry.codepoint() < c; });
+    const auto found =
+        std::lower_bound(_entries.begin(), _entries.end(), codepoint,
+                         [](const Entry& entry, uint32_t c) { return entry.codepoint() < c; });
     return found != _entries.end() && found->codepoint() == codepoint ? &*found : nullptr;
   }
   const auto found = std::lower_bound(

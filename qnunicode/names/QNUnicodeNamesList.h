@@ -28,13 +28,13 @@ class QNUnicodeNamesList_CharEntry {
  public:
   // The annotation kinds in display order.
   enum Field : uint32_t {
-    AliasField,           // "\t= "
-    FormalAliasField,     // "\t% "
-    CommentField,         // "\t" and any other text, its own marker kept
-    CrossRefField,        // "\tX " or "\tx "
-    DecompositionField,   // "\t:", the blank after the colon kept
-    CompatMappingField,   // "\t# "
-    NoticeField,          // "@+\t"
+    AliasField,          // "\t= "
+    FormalAliasField,    // "\t% "
+    CommentField,        // "\t" and any other text, its own marker kept
+    CrossRefField,       // "\tX " or "\tx "
+    DecompositionField,  // "\t:", the blank after the colon kept
+    CompatMappingField,  // "\t# "
+    NoticeField,         // "@+\t"
     FieldCount,
   };
   // One stored line: its text in the list's buffer and its kind.

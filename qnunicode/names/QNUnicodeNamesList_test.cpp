@@ -64,9 +64,9 @@ UnicodeString describeAsReference(std::string_view bytes) {
     return UnicodeString(line);
   };
   const std::pair<std::u16string_view, std::u16string_view> markers[] = {
-      {u"= ", u"= "}, {u"% ", u"\u225D "}, {u"X ", u"\u2192 "}, {u":", u"EQUIV "},
-      {u"# ", u"APPROX "}, {u";", u""}};
-  const std::u16string_view order[] = {u"= ",    u"\u225D ", u"",       u"\u2192 ",
+      {u"= ", u"= "},    {u"% ", u"\u225D "}, {u"X ", u"\u2192 "},
+      {u":", u"EQUIV "}, {u"# ", u"APPROX "}, {u";", u""}};
+  const std::u16string_view order[] = {u"= ",     u"\u225D ", u"",        u"\u2192 ",
                                        u"EQUIV ", u"APPROX ", u"notice: "};
   UnicodeString described;
   uint32_t codepoint;
@@ -96,7 +96,8 @@ UnicodeString describeAsReference(std::string_view bytes) {
     }
     UnicodeString all;
     for (std::u16string_view symbol : order) {
-      for (const UnicodeString& line : lines[symbol]) all += u"\t\t" + UnicodeString(symbol) + line + u"\n";
+      for (const UnicodeString& line : lines[symbol])
+        all += u"\t\t" + UnicodeString(symbol) + line + u"\n";
     }
     if (!all.empty()) all.pop_back();
     described += qnunicode::fromUTF8(QNFormat("[%X]", codepoint)) + all;
@@ -164,7 +165,7 @@ TEST(NamesListReader, UndecodableUnreadableOrRandomFilesAreLogged) {
     std::string bytes = round % 3 == 0 ? "; charset=UTF-8\n" : "";
     for (size_t n = 1 + random() % 3000; n > 0; --n) {
       const uint32_t pick = random() % 8;
-      bytes += pick == 0 ? std::string(1, static_cast<char>(random()))
+      bytes += pick == 0                ? std::string(1, static_cast<char>(random()))
                : pick == 1 && round % 2 ? wide[random() % 4]
                                         : std::string(1, alphabet[random() % alphabet.size()]);
     }

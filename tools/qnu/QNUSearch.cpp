@@ -20,7 +20,8 @@ CaseBlindWordMatcher::CaseBlindWordMatcher(const std::vector<UnicodeString>& wor
   for (const UnicodeString& word : words) {
     UnicodeString folded;
     fold(word, folded);
-    if (_asciiWords && std::all_of(folded.begin(), folded.end(), [](char16_t u) { return u < 0x80; })) {
+    if (_asciiWords &&
+        std::all_of(folded.begin(), folded.end(), [](char16_t u) { return u < 0x80; })) {
       _asciiWords->emplace_back(folded.begin(), folded.end());
     } else {
       _asciiWords.reset();
@@ -73,7 +74,7 @@ namespace {
 // The test a key must pass: the pattern, or every word. Bad input is refused here, before any
 // data is read.
 std::function<bool(std::u16string_view)> keyTest(QNUnicodeDatabase& database,
-                                                  const SearchOptions& options) {
+                                                 const SearchOptions& options) {
   if (options.regex) {
     const UnicodeString pattern = decodeArgument(*options.regex, 1);
     UErrorCode status = U_ZERO_ERROR;
