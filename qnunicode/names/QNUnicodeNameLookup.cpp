@@ -293,7 +293,6 @@ QNUnicodeNameLookup::QNUnicodeNameLookup(size_t capacity) {
 
 // At most seven slots in ten are used; the slots at least double when they grow.
 void QNUnicodeNameLookup::reserve(size_t keys) {
-  if (keys > _entries.capacity()) _entries.reserve(std::max(keys, _entries.capacity() * 2));
   if (keys * 10 <= _slots.size() * 7) return;
   rehash(std::max(_slots.size() * 2, std::bit_ceil(keys * 10 / 7 + 1)));
 }
@@ -332,7 +331,7 @@ size_t QNUnicodeNameLookup::slotFor(std::u16string_view key, uint32_t hash) cons
     const uint64_t value = _slots[slot];
     if (value == 0) return slot;
     if (static_cast<uint32_t>(value >> 32) == hash &&
-        _entries[static_cast<uint32_t>(value) - 1].key() == key) {
+        (*this)[static_cast<uint32_t>(value) - 1].key() == key) {
       return slot;
     }
   }
@@ -341,11 +340,11 @@ size_t QNUnicodeNameLookup::slotFor(std::u16string_view key, uint32_t hash) cons
 std::optional<uint32_t> QNUnicodeNameLookup::codepointForKey(std::u16string_view key) const {
   const uint64_t value = _slots[slotFor(key, hash(key))];
   if (value == 0) return std::nullopt;
-  return _entries[static_cast<uint32_t>(value) - 1].codepoint();
+  return (*this)[static_cast<uint32_t>(value) - 1].codepoint();
 }
 
 void QNUnicodeNameLookup::setCodepointForKey(uint32_t codepoint, std::u16string_view key) {
-  if ((_entries.size() + 1) * 10 > _slots.size() * 7) rehash(_slots.size() * 2);
+  if ((_size + 1) * 10 > _slots.size() * 7) rehash(_slots.size() * 2);
   store(codepoint, key, hash(key));
 }
 
@@ -353,7 +352,7 @@ void QNUnicodeNameLookup::setCodepointsForKeys(std::span<const KeyAndCodepoint> 
   // Slots are met in no order, each a likely cache miss: the slot of the key eight places on is
   // asked for before a key is stored.
   constexpr size_t kAhead = 8, kRun = 64;
-  reserve(_entries.size() + keys.size());
+  reserve(_size + keys.size());
   const size_t mask = _slots.size() - 1;
   std::array<uint32_t, kRun> hashes;
   for (size_t first = 0; first < keys.size(); first += kRun) {
@@ -372,12 +371,17 @@ void QNUnicodeNameLookup::setCodepointsForKeys(std::span<const KeyAndCodepoint> 
 void QNUnicodeNameLookup::store(uint32_t codepoint, std::u16string_view key, uint32_t hash) {
   const size_t slot = slotFor(key, hash);
   if (_slots[slot] != 0) {
-    _entries[static_cast<uint32_t>(_slots[slot]) - 1]._codepoint = codepoint;
+    entryAt(static_cast<uint32_t>(_slots[slot]) - 1)._codepoint = codepoint;
     return;
   }
-  _entries.push_back(
-      Entry(_texts.store(key.begin(), key.end()), static_cast<uint32_t>(key.size()), codepoint));
-  _slots[slot] = (static_cast<uint64_t>(hash) << 32) | _entries.size();
+  append(Entry(_texts.store(key.begin(), key.end()), static_cast<uint32_t>(key.size()), codepoint));
+  _slots[slot] = (static_cast<uint64_t>(hash) << 32) | _size;
+}
+
+void QNUnicodeNameLookup::append(Entry entry) {
+  if (_size % kEntriesPerBlock == 0) _entries.emplace_back().reserve(kEntriesPerBlock);
+  _entries.back().push_back(entry);
+  ++_size;
 }
 
 void QNUnicodeNameLookup::rehash(size_t slotCount) {
@@ -393,11 +397,9 @@ void QNUnicodeNameLookup::rehash(size_t slotCount) {
 }
 
 QNUnicodeNameLookup::QNUnicodeNameLookup(const QNUnicodeNameLookup& other) : _slots(other._slots) {
-  _entries.reserve(other._entries.capacity());
-  for (const Entry& entry : other._entries) {
+  for (const Entry& entry : other) {
     const std::u16string_view key = entry.key();
-    _entries.push_back(
-        Entry(_texts.store(key.begin(), key.end()), entry._length, entry._codepoint));
+    append(Entry(_texts.store(key.begin(), key.end()), entry._length, entry._codepoint));
   }
 }
 

@@ -18,8 +18,9 @@
 #include "qnunicode/strings/UnicodeString.h"
 
 // A map from name keys to codepoints: one key maps to one codepoint, two keys may map to the
-// same one. Entries keep the order in which their keys arrived. The key texts lie in blocks that
-// never move, so a key handed out stays valid, unchanged, as long as the map, however it grows.
+// same one. Entries keep the order in which their keys arrived. Entries and key texts lie in
+// blocks that never move, so an entry or a key handed out stays valid, unchanged, as long as
+// the map, however it grows.
 class QNUnicodeNameLookup {
  public:
   class Entry {
@@ -35,22 +36,61 @@ class QNUnicodeNameLookup {
     uint32_t _length;
     uint32_t _codepoint;
   };
-  using const_iterator = std::vector<Entry>::const_iterator;
+  // Iterates over the entries in the order their keys arrived.
+  class const_iterator {
+   public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = Entry;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Entry*;
+    using reference = const Entry&;
+
+    const_iterator() = default;
+    const_iterator(const QNUnicodeNameLookup* lookup, size_t position)
+        : _lookup(lookup), _position(position) {}
+    const Entry& operator*() const { return (*_lookup)[_position]; }
+    const Entry* operator->() const { return &**this; }
+    const Entry& operator[](difference_type n) const { return *(*this + n); }
+    const_iterator& operator++() { return ++_position, *this; }
+    const_iterator operator++(int) { return {_lookup, _position++}; }
+    const_iterator& operator--() { return --_position, *this; }
+    const_iterator operator--(int) { return {_lookup, _position--}; }
+    const_iterator& operator+=(difference_type n) { return _position += n, *this; }
+    const_iterator& operator-=(difference_type n) { return _position -= n, *this; }
+    friend const_iterator operator+(const_iterator i, difference_type n) { return i += n; }
+    friend const_iterator operator+(difference_type n, const_iterator i) { return i += n; }
+    friend const_iterator operator-(const_iterator i, difference_type n) { return i -= n; }
+    friend difference_type operator-(const_iterator a, const_iterator b) {
+      return static_cast<difference_type>(a._position - b._position);
+    }
+    friend bool operator==(const_iterator a, const_iterator b) {
+      return a._position == b._position;
+    }
+    friend auto operator<=>(const_iterator a, const_iterator b) {
+      return a._position <=> b._position;
+    }
+
+   private:
+    const QNUnicodeNameLookup* _lookup = nullptr;
+    size_t _position = 0;
+  };
 
   // Room for `capacity` keys before the map grows.
   explicit QNUnicodeNameLookup(size_t capacity = 0);
-  // Room for `keys` keys in all before the map grows again.
+  // Room for `keys` keys in all before the slots grow again.
   void reserve(size_t keys);
   // A copy keeps its own key texts.
   QNUnicodeNameLookup(const QNUnicodeNameLookup& other);
   QNUnicodeNameLookup& operator=(const QNUnicodeNameLookup&) = delete;
 
-  size_t size() const { return _entries.size(); }
-  bool empty() const { return _entries.empty(); }
+  size_t size() const { return _size; }
+  bool empty() const { return _size == 0; }
   // Entries in the order their keys arrived.
-  const_iterator begin() const { return _entries.begin(); }
-  const_iterator end() const { return _entries.end(); }
-  const Entry& operator[](size_t position) const { return _entries[position]; }
+  const_iterator begin() const { return {this, 0}; }
+  const_iterator end() const { return {this, _size}; }
+  const Entry& operator[](size_t position) const {
+    return _entries[position / kEntriesPerBlock][position % kEntriesPerBlock];
+  }
 
   // The codepoint the key maps to; none when the key is not in the map.
   std::optional<uint32_t> codepointForKey(std::u16string_view key) const;
@@ -76,7 +116,15 @@ class QNUnicodeNameLookup {
   void rehash(size_t slotCount);
   void store(uint32_t codepoint, std::u16string_view key, uint32_t hash);
 
-  std::vector<Entry> _entries;
+  Entry& entryAt(size_t position) {
+    return _entries[position / kEntriesPerBlock][position % kEntriesPerBlock];
+  }
+  void append(Entry entry);
+
+  static constexpr size_t kEntriesPerBlock = 4096;
+  // Blocks of entries, each made with room for a whole block, so that none ever moves.
+  std::vector<std::vector<Entry>> _entries;
+  size_t _size = 0;
   // Open addressing, linear probing: each slot is empty (0) or holds its key's hash (upper
   // half) and its entry's position plus one (lower half).
   std::vector<uint64_t> _slots;
