@@ -292,6 +292,52 @@ const QNUnicodeData** allocateIndex() {
   return slots == MAP_FAILED ? nullptr : static_cast<const QNUnicodeData**>(slots);
 }
 
+// The lines of a stretch of the data as records, with the log lines each gave: a stretch parsed
+// on another thread gives its lines back in file order, not as they happen.
+struct ParsedLines {
+  std::vector<const QNUnicodeConcreteData*> records;
+  // (index in `records` of the line that logged, the text); index records.size() for the line
+  // in which the data ended.
+  std::vector<std::pair<size_t, std::string>> logLines;
+  const char* end = nullptr;  // where the line after the last one starts
+  bool dataEnded = false;     // inside a line: nothing follows
+};
+
+// Parses the lines that start before `to`; a line may run past it, up to the sentinel.
+ParsedLines parseLines(const char* from, const char* to, const char* sentinel,
+                       qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024>& storage) {
+  ParsedLines parsed;
+  std::vector<std::string> held;
+  const QNLogHold hold(held);
+  const char* cursor = from;
+  while (cursor < to) {
+    size_t consumed = 0;
+    std::optional<QNUnicodeConcreteData> record =
+        QNUnicodeConcreteData::parseBytes(cursor, sentinel, &consumed);
+    for (std::string& line : held)
+      parsed.logLines.emplace_back(parsed.records.size(), std::move(line));
+    held.clear();
+    if (!record) {
+      parsed.dataEnded = true;
+      break;
+    }
+    parsed.records.push_back(&storage.emplace_back(std::move(*record)));
+    cursor += consumed;
+  }
+  parsed.end = cursor;
+  return parsed;
+}
+
+// Where the second thread starts: the first line start after two thirds of the data (the other
+// third goes with the digest), or the end when the data is too small to share.
+const char* laterPartStart(std::string_view data) {
+  constexpr size_t kSmallestShared = 1 << 16;
+  if (data.size() < kSmallestShared) return data.data() + data.size();
+  const size_t lineFeed = data.find('\n', data.size() / 3 * 2);
+  return lineFeed == std::string_view::npos ? data.data() + data.size()
+                                            : data.data() + lineFeed + 1;
+}
+
 }  // namespace
 
 void QNUnicodeDatabase::IndexDeleter::operator()(const QNUnicodeData** index) const {
@@ -339,8 +385,32 @@ bool QNUnicodeDatabase::readDatabase() {
   if (unicodeDataMD5Array()) {
     digest = std::async(std::launch::async, [data] { return QNAdditions::md5HexString(data); });
   }
-  const char* cursor = data.data();
   const char* const sentinel = data.data() + data.size();
+  // The last third of the lines is parsed on another thread. Its first line is taken to start
+  // at a line feed, which holds unless a line of the first part runs across that point (only in
+  // a malformed file); then its records are dropped and the rest is parsed here.
+  const char* const laterStart = laterPartStart(data);
+  std::future<ParsedLines> later;
+  if (laterStart < sentinel) {
+    later = std::async(std::launch::async, [laterStart, sentinel, &storage] {
+      return parseLines(laterStart, sentinel, sentinel, storage.laterFileRecords);
+    });
+  }
+  std::vector<ParsedLines> parts;
+  parts.push_back(parseLines(data.data(), laterStart, sentinel, storage.fileRecords));
+  if (later.valid()) {
+    ParsedLines laterLines = later.get();
+    const ParsedLines& first = parts.front();
+    if (!first.dataEnded && first.end == laterStart) {
+      parts.push_back(std::move(laterLines));
+    } else {
+      storage.laterFileRecords.clear();
+      if (!first.dataEnded) {
+        parts.push_back(parseLines(first.end, sentinel, sentinel, storage.fileRecords));
+      }
+    }
+  }
+
   const QNUnicodeConcreteData* pendingFirst = nullptr;
   std::optional<UnicodeString> lastGeneralCategory, lastBidirectionalCategory;
   std::vector<qnunicode::detail::OnDemandRecords::LazyRange> lazyRanges;
@@ -348,13 +418,8 @@ bool QNUnicodeDatabase::readDatabase() {
   // be filled lazily, since nothing read before it competes for its slots.
   uint64_t slotsWrittenBelow = 0;
 
-  while (cursor < sentinel) {
-    size_t consumed = 0;
-    std::optional<QNUnicodeConcreteData> parsed =
-        QNUnicodeConcreteData::parseBytes(cursor, sentinel, &consumed);
-    if (!parsed) break;  // the data ended inside a line
-    ++_unicodeDataLineCount;
-    const QNUnicodeConcreteData& record = storage.fileRecords.emplace_back(std::move(*parsed));
+  // What a line adds to the index, the ranges and the tables, in file order.
+  auto take = [&](const QNUnicodeConcreteData& record) {
     const uint32_t codepoint = record.codepoint();
 
     if (pendingFirst) {
@@ -419,7 +484,21 @@ bool QNUnicodeDatabase::readDatabase() {
                     static_cast<unsigned long>(count), codepoint);
       }
     }
-    cursor += consumed;
+  };
+  for (const ParsedLines& part : parts) {
+    auto logLine = part.logLines.begin();
+    // A line's own log lines come before those of what it adds.
+    auto logLinesUpTo = [&](size_t line) {
+      for (; logLine != part.logLines.end() && logLine->first <= line; ++logLine) {
+        QNLog(logLine->second);
+      }
+    };
+    for (size_t line = 0; line < part.records.size(); ++line) {
+      logLinesUpTo(line);
+      ++_unicodeDataLineCount;
+      take(*part.records[line]);
+    }
+    logLinesUpTo(part.records.size());
   }
 
   _unicodeDataVersions =

@@ -3,6 +3,7 @@
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 
+#include <map>
 #include <set>
 #include <thread>
 #include <typeinfo>
@@ -124,6 +125,62 @@ TEST(UnicodeDataLoading, RangeMembersMadeLaterEqualThoseMadeAtLoad) {
   EXPECT_EQ(walked, classes);
   EXPECT_EQ(database.allUnicodeData()[1], early.get()) << "the member asked for first is listed";
   EXPECT_EQ(database.unicodeDataForCodepoint(0x4E02)->characterName(), u"INSIDE, READ LATER");
+}
+
+// A file large enough to be parsed in two parts: lines of the form 1000;LETTER 1000;... with a
+// few lines replaced.
+std::string largeFile(const std::map<size_t, std::string>& replaced) {
+  std::string text;
+  for (size_t line = 0; line < 4000; ++line) {
+    const auto found = replaced.find(line);
+    text += found != replaced.end()
+                ? found->second
+                : QNFormat("%04zX;LETTER %04zX;Lu;0;L;;;;;N;;;;;\n", 0x1000 + line, 0x1000 + line);
+  }
+  return text;
+}
+
+// The last third of the lines is parsed on another thread: log lines still come in file order
+// (each line's own, then those of what it adds), and a broken line that runs across the point
+// where that part starts gives the records of one pass from the start.
+TEST(UnicodeDataLoading, FilesReadInTwoPartsAnswerAsOnePass) {
+  const std::string pair = "2000;PAIR;Lu;0;L;0041 0300;;;;N;;;;;\n";
+  const std::string odd = "2001;ODD MIRRORED;Lu;0;L;;;;;Q;;;;;\n";
+  {
+    LogCapture log;
+    SyntheticDatabase synthetic(largeFile({{100, pair},
+                                           {150, pair},
+                                           {200, odd},
+                                           {3000, odd},
+                                           {3100, "2002;TRIPLE;Lu;0;L;0041 0301 0302;;;;N;;;;;\n"},
+                                           {3200, odd}}));
+    EXPECT_EQ(synthetic.database->unicodeDataForCodepoint(0x1F9F)->characterName(), u"LETTER 1F9F");
+    const std::string mirrored = "Unexpected mirrored value in UnicodeData.txt (ignoring)";
+    EXPECT_EQ(log.lines(), (Lines{"mapping exists for 65 768", mirrored, mirrored,
+                                  "illegal mapping count: 3 for codepoint: 8194", mirrored}));
+    EXPECT_EQ(synthetic.database->unicodeDataLineCount(), 4000u);
+  }
+  // The line that holds the point two thirds in lacks its separators: its fields run on into
+  // the next line, which is where the second part would start.
+  std::string text = largeFile({});
+  const size_t broken = text.rfind('\n', text.size() / 3 * 2) + 1;
+  text.replace(broken, text.find('\n', broken) - broken, "BROKEN;LINE");
+  std::vector<std::string> oracle;
+  for (size_t at = 0; at < text.size();) {
+    size_t consumed = 0;
+    const auto record = QNUnicodeConcreteData::unicodeDataWithBytes(
+        text.data() + at, text.data() + text.size(), &consumed);
+    if (!record) break;
+    oracle.push_back(qnunicode::toUTF8(record->characterName()));
+    at += consumed;
+  }
+  SyntheticDatabase synthetic(text);
+  std::vector<std::string> read;
+  for (const QNUnicodeConcreteData* record : synthetic.database->unicodeDataFileRecords()) {
+    read.push_back(qnunicode::toUTF8(record->characterName()));
+  }
+  EXPECT_EQ(oracle.size(), 3999u) << "the broken line takes the next one with it";
+  EXPECT_EQ(read, oracle);
 }
 
 TEST(UnicodeDataLoading, MissingFileIsRetriedOnEveryUse) {

@@ -26,8 +26,12 @@ class RecordChunks {
   RecordChunks() = default;
   RecordChunks(const RecordChunks&) = delete;
   RecordChunks& operator=(const RecordChunks&) = delete;
-  ~RecordChunks() {
+  ~RecordChunks() { clear(); }
+
+  void clear() {
     for (size_t i = 0; i < _size; ++i) at(i).~Record();
+    _chunks.clear();
+    _size = 0;
   }
 
   template <typename... Arguments>
@@ -61,6 +65,8 @@ class RecordChunks {
 // _allUnicodeData point into these) and without a control block per record.
 struct QNUnicodeDatabase::RecordStorage {
   qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> fileRecords;
+  // The lines of the file's last part, parsed on another thread beside the first.
+  qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> laterFileRecords;
   qnunicode::detail::RecordChunks<QNUnicodePointerData, 4096> rangeMembers;
 };
 

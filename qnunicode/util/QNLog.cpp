@@ -11,6 +11,8 @@ std::mutex& sinkMutex() {
   return mutex;
 }
 
+thread_local std::vector<std::string>* heldLines = nullptr;
+
 QNLogSink& currentSink() {
   static QNLogSink sink;
   return sink;
@@ -33,6 +35,10 @@ std::string formatV(const char* format, va_list arguments) {
 }  // namespace
 
 void QNLog(std::string_view line) {
+  if (heldLines) {
+    heldLines->emplace_back(line);
+    return;
+  }
   std::lock_guard lock(sinkMutex());
   if (currentSink()) {
     currentSink()(line);
@@ -46,6 +52,14 @@ QNLogSink QNSetLogSink(QNLogSink sink) {
   QNLogSink previous = std::move(currentSink());
   currentSink() = std::move(sink);
   return previous;
+}
+
+QNLogHold::QNLogHold(std::vector<std::string>& lines) : _previous(heldLines) {
+  heldLines = &lines;
+}
+
+QNLogHold::~QNLogHold() {
+  heldLines = _previous;
 }
 
 std::string QNFormat(const char* format, ...) {

@@ -50,3 +50,22 @@ TEST(Log, TextsOfAnyLengthAndLinesFromManyThreadsArriveWhole) {
     EXPECT_EQ(line, QNFormat("thread %d line %d payload", t, next[t]++));
   }
 }
+
+TEST(Log, HoldsKeepTheLinesOfTheirOwnThread) {
+  qnunicode::testing::LogCapture log;
+  std::vector<std::string> held, nested;
+  {
+    const QNLogHold hold(held);
+    QNLog("held");
+    {
+      const QNLogHold inner(nested);
+      QNLogFormat("nested %d", 1);
+    }
+    std::thread([] { QNLog("another thread"); }).join();
+    QNLog("held again");
+  }
+  QNLog("after");
+  EXPECT_EQ(held, (std::vector<std::string>{"held", "held again"}));
+  EXPECT_EQ(nested, (std::vector<std::string>{"nested 1"}));
+  EXPECT_EQ(log.lines(), (std::vector<std::string>{"another thread", "after"}));
+}
