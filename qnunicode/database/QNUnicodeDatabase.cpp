@@ -6,7 +6,6 @@
 #include <system_error>
 #include <utility>
 
-#include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNLog.h"
 
@@ -65,15 +64,6 @@ void QNUnicodeDatabase::setSharedDatabase(std::shared_ptr<QNUnicodeDatabase> dat
     previous = std::exchange(sharedDatabaseSlot(), std::move(database));
   }
   // The previous database, if this was its last owner, is torn down outside the lock.
-}
-
-std::optional<UnicodeString> QNUnicodeDatabase::dataFileTextWithPrefix(std::u16string_view prefix) {
-  std::optional<UnicodeString> text;
-  if (const std::optional<std::string> path = filenameWithPrefix(prefix)) {
-    text = QNUnicode::stringWithContentsOfUTF8File(*path);
-  }
-  if (!text) notifyDelegateOfMissingFile(prefix);
-  return text;
 }
 
 bool QNUnicodeDatabaseDelegate::unicodeDatabase(QNUnicodeDatabase&, std::u16string_view) {

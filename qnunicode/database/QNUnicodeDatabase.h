@@ -172,9 +172,6 @@ class QNUnicodeDatabase {
   static std::vector<std::string> validAliasResolvedDirectories(
       const std::vector<std::string>& paths);
   void notifyDelegateOfMissingFile(std::u16string_view prefix);
-  // The whole text of the data file with this prefix, or none (after the missing-file
-  // notification) when there is no such file or it is not valid UTF-8.
-  std::optional<UnicodeString> dataFileTextWithPrefix(std::u16string_view prefix);
 
   bool isUnihanAvailable() const { return _isUnihanAvailable; }
 
