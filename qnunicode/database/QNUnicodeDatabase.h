@@ -361,8 +361,7 @@ class QNUnicodeDatabase {
   bool readNamesList();
   std::shared_ptr<const QNUnicodeNamesListEntries> namesList();
   // The entry lives as long as the database.
-  const QNUnicodeNamesList_CharEntry* namesListCharEntryForCodepoint(
-      uint32_t codepoint);
+  const QNUnicodeNamesList_CharEntry* namesListCharEntryForCodepoint(uint32_t codepoint);
   std::shared_ptr<const QNUnicodeNameLookup> nameLookup();
   std::shared_ptr<const QNUnicodeNameLookup> nameLookupWithoutUnihan();
   std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupKeys();
