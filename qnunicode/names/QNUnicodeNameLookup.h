@@ -16,6 +16,7 @@
 
 #include "qnunicode/names/QNUnicodeNamesArena.h"
 #include "qnunicode/strings/UnicodeString.h"
+#include "qnunicode/util/QNIndexIterator.h"
 
 // A map from name keys to codepoints: one key maps to one codepoint, two keys may map to the
 // same one. Entries keep the order in which their keys arrived. Entries and key texts lie in
@@ -37,43 +38,7 @@ class QNUnicodeNameLookup {
     uint32_t _codepoint;
   };
   // Iterates over the entries in the order their keys arrived.
-  class const_iterator {
-   public:
-    using iterator_category = std::random_access_iterator_tag;
-    using value_type = Entry;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const Entry*;
-    using reference = const Entry&;
-
-    const_iterator() = default;
-    const_iterator(const QNUnicodeNameLookup* lookup, size_t position)
-        : _lookup(lookup), _position(position) {}
-    const Entry& operator*() const { return (*_lookup)[_position]; }
-    const Entry* operator->() const { return &**this; }
-    const Entry& operator[](difference_type n) const { return *(*this + n); }
-    const_iterator& operator++() { return ++_position, *this; }
-    const_iterator operator++(int) { return {_lookup, _position++}; }
-    const_iterator& operator--() { return --_position, *this; }
-    const_iterator operator--(int) { return {_lookup, _position--}; }
-    const_iterator& operator+=(difference_type n) { return _position += n, *this; }
-    const_iterator& operator-=(difference_type n) { return _position -= n, *this; }
-    friend const_iterator operator+(const_iterator i, difference_type n) { return i += n; }
-    friend const_iterator operator+(difference_type n, const_iterator i) { return i += n; }
-    friend const_iterator operator-(const_iterator i, difference_type n) { return i -= n; }
-    friend difference_type operator-(const_iterator a, const_iterator b) {
-      return static_cast<difference_type>(a._position - b._position);
-    }
-    friend bool operator==(const_iterator a, const_iterator b) {
-      return a._position == b._position;
-    }
-    friend auto operator<=>(const_iterator a, const_iterator b) {
-      return a._position <=> b._position;
-    }
-
-   private:
-    const QNUnicodeNameLookup* _lookup = nullptr;
-    size_t _position = 0;
-  };
+  using const_iterator = qnunicode::IndexIterator<QNUnicodeNameLookup>;
 
   // Room for `capacity` keys before the map grows.
   explicit QNUnicodeNameLookup(size_t capacity = 0);
@@ -136,42 +101,7 @@ class QNUnicodeNameLookup {
 class QNUnicodeNameKeyList {
  public:
   // Iterates over the keys.
-  class const_iterator {
-   public:
-    using iterator_category = std::random_access_iterator_tag;
-    using value_type = std::u16string_view;
-    using difference_type = std::ptrdiff_t;
-    using pointer = void;
-    using reference = std::u16string_view;
-
-    const_iterator() = default;
-    const_iterator(const QNUnicodeNameLookup* lookup, const uint32_t* position)
-        : _lookup(lookup), _position(position) {}
-    std::u16string_view operator*() const { return (*_lookup)[*_position].key(); }
-    std::u16string_view operator[](difference_type n) const { return *(*this + n); }
-    const_iterator& operator++() { return ++_position, *this; }
-    const_iterator operator++(int) { return {_lookup, _position++}; }
-    const_iterator& operator--() { return --_position, *this; }
-    const_iterator operator--(int) { return {_lookup, _position--}; }
-    const_iterator& operator+=(difference_type n) { return _position += n, *this; }
-    const_iterator& operator-=(difference_type n) { return _position -= n, *this; }
-    friend const_iterator operator+(const_iterator i, difference_type n) { return i += n; }
-    friend const_iterator operator+(difference_type n, const_iterator i) { return i += n; }
-    friend const_iterator operator-(const_iterator i, difference_type n) { return i -= n; }
-    friend difference_type operator-(const_iterator a, const_iterator b) {
-      return a._position - b._position;
-    }
-    friend bool operator==(const_iterator a, const_iterator b) {
-      return a._position == b._position;
-    }
-    friend auto operator<=>(const_iterator a, const_iterator b) {
-      return a._position <=> b._position;
-    }
-
-   private:
-    const QNUnicodeNameLookup* _lookup = nullptr;
-    const uint32_t* _position = nullptr;
-  };
+  using const_iterator = qnunicode::IndexIterator<QNUnicodeNameKeyList>;
 
   QNUnicodeNameKeyList(std::shared_ptr<const QNUnicodeNameLookup> lookup,
                        std::vector<uint32_t> positions)
@@ -182,8 +112,8 @@ class QNUnicodeNameKeyList {
   std::u16string_view operator[](size_t i) const { return entry(i).key(); }
   // The lookup's entry of the i-th key: the key and the codepoint it maps to.
   const QNUnicodeNameLookup::Entry& entry(size_t i) const { return (*_lookup)[_positions[i]]; }
-  const_iterator begin() const { return {_lookup.get(), _positions.data()}; }
-  const_iterator end() const { return {_lookup.get(), _positions.data() + _positions.size()}; }
+  const_iterator begin() const { return {this, 0}; }
+  const_iterator end() const { return {this, size()}; }
 
   const std::shared_ptr<const QNUnicodeNameLookup>& lookup() const { return _lookup; }
   const std::vector<uint32_t>& positions() const { return _positions; }
