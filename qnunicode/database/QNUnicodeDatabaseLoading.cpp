@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +16,7 @@
 #include "qnunicode/records/QNUnicodeDefaultData.h"
 #include "qnunicode/util/QNDigest.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNMappedFile.h"
 
 namespace {
 
@@ -36,57 +36,36 @@ std::shared_ptr<const QNUnicodeData> unowned(const QNUnicodeData* record) {
 // The whole content of a file: mapped when it is a regular file, read otherwise.
 class FileBytes {
  public:
-  FileBytes() = default;
-  FileBytes(const FileBytes&) = delete;
-  FileBytes& operator=(const FileBytes&) = delete;
-  ~FileBytes() { release(); }
-
   bool open(const std::string& path) {
+    _mapped = std::make_unique<qnunicode::detail::MappedFile>(path);
+    if (_mapped->isMapped()) return true;
+    _mapped.reset();
+    // Special files are read; a directory fails here.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) return false;
-    struct stat status {};
-    bool ok = ::fstat(descriptor, &status) == 0;
-    if (ok && S_ISREG(status.st_mode) && status.st_size > 0) {
-      void* mapped = ::mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_PRIVATE,
-                            descriptor, 0);
-      if (mapped != MAP_FAILED) {
-        _mapped = static_cast<const char*>(mapped);
-        _size = static_cast<size_t>(status.st_size);
-        ::close(descriptor);
-        return true;
+    bool ok = true;
+    char chunk[65536];
+    for (;;) {
+      const ssize_t count = ::read(descriptor, chunk, sizeof chunk);
+      if (count <= 0) {
+        ok = count == 0;
+        break;
       }
-    }
-    // Empty, special or unmappable files are read; a directory fails here.
-    if (ok) {
-      char chunk[65536];
-      for (;;) {
-        const ssize_t count = ::read(descriptor, chunk, sizeof chunk);
-        if (count < 0) {
-          ok = false;
-          break;
-        }
-        if (count == 0) break;
-        _read.append(chunk, static_cast<size_t>(count));
-      }
+      _read.append(chunk, static_cast<size_t>(count));
     }
     ::close(descriptor);
     return ok;
   }
 
-  std::string_view bytes() const {
-    return _mapped ? std::string_view(_mapped, _size) : std::string_view(_read);
-  }
+  std::string_view bytes() const { return _mapped ? _mapped->bytes() : std::string_view(_read); }
 
   void release() {
-    if (_mapped) ::munmap(const_cast<char*>(_mapped), _size);
-    _mapped = nullptr;
-    _size = 0;
+    _mapped.reset();
     std::string().swap(_read);
   }
 
  private:
-  const char* _mapped = nullptr;
-  size_t _size = 0;
+  std::unique_ptr<qnunicode::detail::MappedFile> _mapped;
   std::string _read;
 };
 
