@@ -285,62 +285,67 @@ std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::mergedVersionDictionaryF
 
 // ---- The integrity check ----------------------------------------------------------------------
 
+QNUnicodeDatabase::FileVersionSurvey QNUnicodeDatabase::surveyDataFileVersions() const {
+  FileVersionSurvey survey;
+  const QNLogHold hold(survey.logLines);
+  survey.files.reserve(16);
+  for (const std::u16string_view prefix : QNUnicodeVersionCheckedFilePrefixes) {
+    FileVersionSurvey::File& file = survey.files.emplace_back();
+    file.prefix = prefix;
+    file.path = filenameWithPrefix(prefix);
+    if (prefix == QNUnicodeFilePrefixUnicodeData || !file.path) continue;
+    file.versions = versionsOfUnicodeFile(*file.path, prefix);
+    if (prefix == QNUnicodeFilePrefixIndex) {
+      // Digest versions follow the file's own, duplicates kept.
+      for (UnicodeString& version : versionsOfUnicodeFile(*file.path, indexMD5Array())) {
+        file.versions.push_back(std::move(version));
+      }
+    }
+  }
+  if (_isUnihanAvailable) {
+    // Each Unihan file stands on its own under the one prefix.
+    for (std::string& path : filenamesWithPrefix(QNUnicodeFilePrefixUnihan)) {
+      FileVersionSurvey::File& file = survey.files.emplace_back();
+      file.prefix = QNUnicodeFilePrefixUnihan;
+      file.versions = versionsOfUnicodeFile(path, QNUnicodeFilePrefixUnihan, true);
+      for (UnicodeString& version : versionsOfUnihanFile(path, unihanDataMD5Array())) {
+        addVersion(file.versions, std::move(version));
+      }
+      file.path = std::move(path);
+    }
+  }
+  return survey;
+}
+
 void QNUnicodeDatabase::checkDataFileVersionIntegrity() {
+  checkDataFileVersionIntegrity(surveyDataFileVersions());
+}
+
+void QNUnicodeDatabase::checkDataFileVersionIntegrity(FileVersionSurvey survey) {
+  for (std::string& line : survey.logLines) QNLog(std::move(line));
   std::vector<QNUnicodeDataFileInfo> infos;
-  infos.reserve(10);
+  infos.reserve(survey.files.size());
   std::set<UnicodeString> common;
   bool consistent = false;
   bool isFirst = true;
-  // The running intersection: the first file sets it, a file without versions (a missing one
-  // too) ends consistency for good.
-  auto intersect = [&](const std::vector<UnicodeString>& versions) {
+  for (FileVersionSurvey::File& file : survey.files) {
+    if (file.prefix == QNUnicodeFilePrefixUnicodeData) file.versions = _unicodeDataVersions;
+    // The running intersection: the first file sets it, a file without versions (a missing one
+    // too) ends consistency for good.
     if (isFirst) {
-      common = std::set<UnicodeString>(versions.begin(), versions.end());
-      consistent = !versions.empty();
+      common = std::set<UnicodeString>(file.versions.begin(), file.versions.end());
+      consistent = !file.versions.empty();
       isFirst = false;
-      return;
-    }
-    if (!consistent) return;
-    std::set<UnicodeString> remaining;
-    for (const UnicodeString& version : versions) {
-      if (common.contains(version)) remaining.insert(version);
-    }
-    common = std::move(remaining);
-    consistent = !common.empty();
-  };
-
-  for (const std::u16string_view prefix : QNUnicodeVersionCheckedFilePrefixes) {
-    const std::optional<std::string> path = filenameWithPrefix(prefix);
-    std::vector<UnicodeString> versions;
-    if (prefix == QNUnicodeFilePrefixUnicodeData) {
-      versions = _unicodeDataVersions;
-    } else if (path) {
-      versions = versionsOfUnicodeFile(*path, prefix);
-      if (prefix == QNUnicodeFilePrefixIndex) {
-        // Digest versions follow the file's own, duplicates kept.
-        for (UnicodeString& version : versionsOfUnicodeFile(*path, indexMD5Array())) {
-          versions.push_back(std::move(version));
-        }
+    } else if (consistent) {
+      std::set<UnicodeString> remaining;
+      for (const UnicodeString& version : file.versions) {
+        if (common.contains(version)) remaining.insert(version);
       }
+      common = std::move(remaining);
+      consistent = !common.empty();
     }
-    if (auto info = versionDictionaryForFilename(path, prefix, versions)) {
+    if (auto info = versionDictionaryForFilename(file.path, file.prefix, file.versions)) {
       infos.push_back(std::move(*info));
-    }
-    intersect(versions);
-  }
-
-  if (_isUnihanAvailable) {
-    // Each Unihan file stands on its own under the one prefix.
-    for (const std::string& path : filenamesWithPrefix(QNUnicodeFilePrefixUnihan)) {
-      std::vector<UnicodeString> versions =
-          versionsOfUnicodeFile(path, QNUnicodeFilePrefixUnihan, true);
-      for (UnicodeString& version : versionsOfUnihanFile(path, unihanDataMD5Array())) {
-        addVersion(versions, std::move(version));
-      }
-      if (auto info = versionDictionaryForFilename(path, QNUnicodeFilePrefixUnihan, versions)) {
-        infos.push_back(std::move(*info));
-      }
-      intersect(versions);
     }
   }
 

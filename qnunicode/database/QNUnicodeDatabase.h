@@ -377,6 +377,21 @@ class QNUnicodeDatabase {
   void createNameLookupWithoutUnihan(bool withoutUnihan);
 
  private:
+  // What the integrity check reads from the files themselves: each checked prefix's file with
+  // its versions (UnicodeData's come from its read, so they are left out here), then each Unihan
+  // file, and the log lines that finding them gave. It only reads files, so the loader has it
+  // made on another thread while it works through its records.
+  struct FileVersionSurvey {
+    struct File {
+      std::u16string_view prefix;
+      std::optional<std::string> path;
+      std::vector<UnicodeString> versions;
+    };
+    std::vector<File> files;
+    std::vector<std::string> logLines;
+  };
+  FileVersionSurvey surveyDataFileVersions() const;
+  void checkDataFileVersionIntegrity(FileVersionSurvey survey);
   // Adds the Unihan definitions to _nameLookup (unihan/). Until then _nameLookupWithoutUnihan
   // is the same map as _nameLookup: before adding, this gives _nameLookup a copy of its own.
   void createUnihanNameLookup();

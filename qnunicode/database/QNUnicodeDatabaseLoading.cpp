@@ -284,7 +284,8 @@ struct ParsedLines {
 
 // Parses the lines that start before `to`; a line may run past it, up to the sentinel.
 ParsedLines parseLines(const char* from, const char* to, const char* sentinel,
-                       qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024>& storage) {
+                       qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024>& storage,
+                       qnunicode::detail::BlockArena<std::byte>& fields) {
   ParsedLines parsed;
   std::vector<std::string> held;
   const QNLogHold hold(held);
@@ -292,7 +293,7 @@ ParsedLines parseLines(const char* from, const char* to, const char* sentinel,
   while (cursor < to) {
     size_t consumed = 0;
     std::optional<QNUnicodeConcreteData> record =
-        QNUnicodeConcreteData::parseBytes(cursor, sentinel, &consumed);
+        QNUnicodeConcreteData::parseBytes(cursor, sentinel, &consumed, &fields);
     for (std::string& line : held)
       parsed.logLines.emplace_back(parsed.records.size(), std::move(line));
     held.clear();
@@ -307,14 +308,88 @@ ParsedLines parseLines(const char* from, const char* to, const char* sentinel,
   return parsed;
 }
 
-// Where the second thread starts: the first line start after two thirds of the data (the other
-// third goes with the digest), or the end when the data is too small to share.
-const char* laterPartStart(std::string_view data) {
-  constexpr size_t kSmallestShared = 1 << 16;
-  if (data.size() < kSmallestShared) return data.data() + data.size();
-  const size_t lineFeed = data.find('\n', data.size() / 3 * 2);
-  return lineFeed == std::string_view::npos ? data.data() + data.size()
-                                            : data.data() + lineFeed + 1;
+// The data's lines in stretches that two threads parse, each taking the next stretch nobody
+// has taken: a helper thread that starts late (a new thread may wait milliseconds for a core)
+// takes fewer, and the first thread never waits for work it could do itself. Each stretch is
+// taken to start at a line start, which holds unless a line of the stretch before runs across
+// it (only in a malformed file).
+class StretchedParse {
+ public:
+  // Where a thread keeps the records it parses.
+  struct Workspace {
+    qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024>& records;
+    qnunicode::detail::BlockArena<std::byte>& fields;
+  };
+
+  StretchedParse(std::string_view data, size_t count)
+      : _stretches(std::make_unique<Stretch[]>(count)),
+        _count(count),
+        _sentinel(data.data() + data.size()) {
+    const char* from = data.data();
+    for (size_t i = 0; i < count; ++i) {
+      const char* to = _sentinel;
+      if (i + 1 < count) {
+        const size_t lineFeed =
+            data.find('\n', std::max<size_t>(data.size() / count * (i + 1),
+                                             static_cast<size_t>(from - data.data())));
+        if (lineFeed != std::string_view::npos) to = data.data() + lineFeed + 1;
+      }
+      _stretches[i].from = from;
+      _stretches[i].to = to;
+      from = to;
+    }
+  }
+
+  size_t size() const { return _count; }
+  const char* start(size_t i) const { return _stretches[i].from; }
+
+  // Parses stretches nobody has taken until none is left.
+  void parseRemaining(const Workspace& workspace) {
+    while (parseNext(workspace)) {
+    }
+  }
+
+  // Stretch i once parsed: meanwhile parses stretches nobody has taken, and waits only when
+  // every stretch is taken.
+  const ParsedLines& parsed(size_t i, const Workspace& workspace) {
+    Stretch& stretch = _stretches[i];
+    while (!stretch.ready.load(std::memory_order_acquire)) {
+      if (!parseNext(workspace)) stretch.ready.wait(false, std::memory_order_acquire);
+    }
+    return stretch.lines;
+  }
+
+  // No stretch is taken from now on.
+  void stop() { _next.store(_count); }
+
+ private:
+  struct Stretch {
+    const char* from = nullptr;
+    const char* to = nullptr;
+    ParsedLines lines;
+    std::atomic<bool> ready{false};
+  };
+
+  bool parseNext(const Workspace& workspace) {
+    const size_t i = _next.fetch_add(1);
+    if (i >= _count) return false;
+    Stretch& stretch = _stretches[i];
+    stretch.lines =
+        parseLines(stretch.from, stretch.to, _sentinel, workspace.records, workspace.fields);
+    stretch.ready.store(true, std::memory_order_release);
+    stretch.ready.notify_all();
+    return true;
+  }
+
+  std::unique_ptr<Stretch[]> _stretches;
+  size_t _count;
+  const char* _sentinel;
+  std::atomic<size_t> _next{0};
+};
+
+// Stretches of about 128 KiB, at most sixteen; one for data too small to share.
+size_t stretchCount(std::string_view data) {
+  return std::clamp<size_t>(data.size() >> 17, 1, 16);
 }
 
 }  // namespace
@@ -365,31 +440,6 @@ bool QNUnicodeDatabase::readDatabase() {
     digest = std::async(std::launch::async, [data] { return QNAdditions::md5HexString(data); });
   }
   const char* const sentinel = data.data() + data.size();
-  // The last third of the lines is parsed on another thread. Its first line is taken to start
-  // at a line feed, which holds unless a line of the first part runs across that point (only in
-  // a malformed file); then its records are dropped and the rest is parsed here.
-  const char* const laterStart = laterPartStart(data);
-  std::future<ParsedLines> later;
-  if (laterStart < sentinel) {
-    later = std::async(std::launch::async, [laterStart, sentinel, &storage] {
-      return parseLines(laterStart, sentinel, sentinel, storage.laterFileRecords);
-    });
-  }
-  std::vector<ParsedLines> parts;
-  parts.push_back(parseLines(data.data(), laterStart, sentinel, storage.fileRecords));
-  if (later.valid()) {
-    ParsedLines laterLines = later.get();
-    const ParsedLines& first = parts.front();
-    if (!first.dataEnded && first.end == laterStart) {
-      parts.push_back(std::move(laterLines));
-    } else {
-      storage.laterFileRecords.clear();
-      if (!first.dataEnded) {
-        parts.push_back(parseLines(first.end, sentinel, sentinel, storage.fileRecords));
-      }
-    }
-  }
-
   const QNUnicodeConcreteData* pendingFirst = nullptr;
   std::optional<UnicodeString> lastGeneralCategory, lastBidirectionalCategory;
   std::vector<qnunicode::detail::OnDemandRecords::LazyRange> lazyRanges;
@@ -464,9 +514,10 @@ bool QNUnicodeDatabase::readDatabase() {
       }
     }
   };
-  for (const ParsedLines& part : parts) {
+  // Takes in a part's records with their log lines: a line's own log lines come before those
+  // of what it adds.
+  auto takePart = [&](const ParsedLines& part) {
     auto logLine = part.logLines.begin();
-    // A line's own log lines come before those of what it adds.
     auto logLinesUpTo = [&](size_t line) {
       for (; logLine != part.logLines.end() && logLine->first <= line; ++logLine) {
         QNLog(logLine->second);
@@ -478,7 +529,41 @@ bool QNUnicodeDatabase::readDatabase() {
       take(*part.records[line]);
     }
     logLinesUpTo(part.records.size());
+  };
+
+  // The lines are parsed here and on a helper thread, and taken in here in file order as their
+  // stretches are ready. Whichever thread runs out of stretches first reads the versions of the
+  // other data files for the integrity check.
+  StretchedParse parse(data, stretchCount(data));
+  const StretchedParse::Workspace workspace{storage.fileRecords, storage.fileFields};
+  std::optional<FileVersionSurvey> survey;
+  std::atomic<bool> surveyTaken{false};
+  auto takeSurvey = [this, &survey, &surveyTaken] {
+    if (!surveyTaken.exchange(true)) survey = surveyDataFileVersions();
+  };
+  std::future<void> helper;
+  if (parse.size() > 1) {
+    helper = std::async(std::launch::async, [&parse, &storage, &takeSurvey] {
+      parse.parseRemaining({storage.helperFileRecords, storage.helperFileFields});
+      takeSurvey();
+    });
   }
+  for (size_t i = 0; i < parse.size(); ++i) {
+    const ParsedLines& part = parse.parsed(i, workspace);
+    takePart(part);
+    if (part.dataEnded) {
+      parse.stop();
+      break;
+    }
+    if (i + 1 < parse.size() && part.end != parse.start(i + 1)) {
+      // A line ran across into the next stretch: the rest is parsed here in one go.
+      parse.stop();
+      takePart(parseLines(part.end, sentinel, sentinel, storage.fileRecords, storage.fileFields));
+      break;
+    }
+  }
+  takeSurvey();
+  if (helper.valid()) helper.get();
 
   _unicodeDataVersions =
       versionsFromUnicodeFileDigest([&digest] { return digest.get(); }, unicodeDataMD5Array());
@@ -501,7 +586,7 @@ bool QNUnicodeDatabase::readDatabase() {
       index, std::move(ranges), std::move(lazyRanges), storage.rangeMembers);
 
   _isDatabaseRead = true;
-  checkDataFileVersionIntegrity();
+  checkDataFileVersionIntegrity(survey ? std::move(*survey) : surveyDataFileVersions());
   return true;
 }
 

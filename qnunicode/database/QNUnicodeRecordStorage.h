@@ -64,9 +64,13 @@ class RecordChunks {
 // The records of the file and the members of its ranges, at stable addresses (the index and
 // _allUnicodeData point into these) and without a control block per record.
 struct QNUnicodeDatabase::RecordStorage {
+  // The records of the file, and their fields, in two halves: those the loading thread parsed
+  // and those its helper parsed, in no particular order. The fields go before the records,
+  // which refer to them, so that they go last.
+  qnunicode::detail::BlockArena<std::byte> fileFields{size_t{1} << 18};
+  qnunicode::detail::BlockArena<std::byte> helperFileFields{size_t{1} << 18};
   qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> fileRecords;
-  // The lines of the file's last part, parsed on another thread beside the first.
-  qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> laterFileRecords;
+  qnunicode::detail::RecordChunks<QNUnicodeConcreteData, 1024> helperFileRecords;
   qnunicode::detail::RecordChunks<QNUnicodePointerData, 4096> rangeMembers;
 };
 

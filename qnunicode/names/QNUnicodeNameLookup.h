@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "qnunicode/names/QNUnicodeNamesArena.h"
 #include "qnunicode/strings/UnicodeString.h"
+#include "qnunicode/util/QNBlockArena.h"
 #include "qnunicode/util/QNIndexIterator.h"
 
 // A map from name keys to codepoints: one key maps to one codepoint, two keys may map to the

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/names/QNUnicodeNamesArena.h"
 #include "qnunicode/strings/UnicodeString.h"
+#include "qnunicode/util/QNBlockArena.h"
 #include "qnunicode/util/QNScanner.h"
 
 namespace qnunicode::detail {

@@ -290,9 +290,9 @@ std::optional<QNUnicodeNumericValue> QNUnicodeConcreteData::numericValueForField
 
 // ---- The byte form ------------------------------------------------------------------------------
 
-std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const char* bytes,
-                                                                       const char* sentinel,
-                                                                       size_t* bytesRead) {
+std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(
+    const char* bytes, const char* sentinel, size_t* bytesRead,
+    qnunicode::detail::BlockArena<std::byte>* arena) {
   QNUnicodeConcreteData record;
   // Separator searches run across line ends and fail only at the sentinel.
   // The separators of the fourteen first fields, found in one pass; the fields are then taken
@@ -401,7 +401,7 @@ std::optional<QNUnicodeConcreteData> QNUnicodeConcreteData::parseBytes(const cha
     record.setFlag(CompatibilityMappingFlag, compatibility);
     record.setFlag(CanonicalMappingFlag, !compatibility);
   }
-  record.store(decomposition.span(), texts);
+  record.store(decomposition.span(), texts, arena);
 
   if (bytesRead) *bytesRead = static_cast<size_t>(next - bytes);
   return record;
@@ -551,8 +551,8 @@ std::shared_ptr<QNUnicodeData> QNUnicodeConcreteData::copy() const {
 
 // ---- Storage ------------------------------------------------------------------------------------
 
-void QNUnicodeConcreteData::store(std::span<const uint32_t> decomposition,
-                                  const TextInputs& texts) {
+void QNUnicodeConcreteData::store(std::span<const uint32_t> decomposition, const TextInputs& texts,
+                                  qnunicode::detail::BlockArena<std::byte>* arena) {
   bool wide = false;
   uint64_t total = 0;
   for (const TextInput& text : texts) {
@@ -571,8 +571,14 @@ void QNUnicodeConcreteData::store(std::span<const uint32_t> decomposition,
   const size_t unitSize = wide ? sizeof(char16_t) : 1;
   const size_t arrayBytes = decomposition.size() * sizeof(uint32_t);
   const size_t byteCount = arrayBytes + static_cast<size_t>(total) * unitSize;
-  std::unique_ptr<std::byte[]> buffer;
-  if (byteCount > 0) buffer = std::make_unique_for_overwrite<std::byte[]>(byteCount);
+  std::unique_ptr<std::byte[], qnunicode::detail::BufferRelease> buffer;
+  if (byteCount > 0 && arena) {
+    // Whole words, so that the next buffer's codepoints are aligned too.
+    buffer = {arena->allocate((byteCount + 3) & ~size_t{3}),
+              qnunicode::detail::BufferRelease{false}};
+  } else if (byteCount > 0) {
+    buffer.reset(new std::byte[byteCount]);
+  }
   if (arrayBytes > 0) std::memcpy(buffer.get(), decomposition.data(), arrayBytes);
 
   std::byte* textStart = buffer.get() + arrayBytes;
@@ -634,16 +640,21 @@ QNUnicodeConcreteData::TextInputs QNUnicodeConcreteData::currentTexts() const {
 }
 
 UnicodeString QNUnicodeConcreteData::text(TextField field) const {
+  const StoredText stored = storedText(field);
+  if (!stored.units.empty()) return UnicodeString(stored.units);
+  const auto* bytes = reinterpret_cast<const unsigned char*>(stored.bytes.data());
+  return UnicodeString(bytes, bytes + stored.bytes.size());
+}
+
+QNUnicodeConcreteData::StoredText QNUnicodeConcreteData::storedText(TextField field) const {
   const uint32_t begin = field == 0 ? 0 : _textEnds[field - 1];
   const uint32_t end = _textEnds[field];
-  if (begin == end) return UnicodeString();
+  if (begin == end) return {};
   const std::byte* textStart = _buffer.get() + _decompositionCount * sizeof(uint32_t);
   if (flag(WideTextFlag)) {
-    const auto* units = reinterpret_cast<const char16_t*>(textStart);
-    return UnicodeString(units + begin, units + end);
+    return {{}, {reinterpret_cast<const char16_t*>(textStart) + begin, end - begin}};
   }
-  const auto* bytes = reinterpret_cast<const unsigned char*>(textStart);
-  return UnicodeString(bytes + begin, bytes + end);
+  return {{reinterpret_cast<const char*>(textStart) + begin, end - begin}, {}};
 }
 
 std::optional<UnicodeString> QNUnicodeConcreteData::optionalText(TextField field) const {

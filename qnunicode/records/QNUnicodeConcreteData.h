@@ -9,7 +9,18 @@
 #include <string_view>
 
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/util/QNBlockArena.h"
 #include "qnunicode/util/QNScanner.h"
+
+namespace qnunicode::detail {
+// Frees a record's buffer unless an arena holds it.
+struct BufferRelease {
+  bool owned = true;
+  void operator()(std::byte* buffer) const {
+    if (owned) delete[] buffer;
+  }
+};
+}  // namespace qnunicode::detail
 
 // The record of one UnicodeData line: fifteen fields separated by ";" and ended by a line feed.
 class QNUnicodeConcreteData final : public QNUnicodeData {
@@ -29,9 +40,11 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
   static std::shared_ptr<QNUnicodeConcreteData> unicodeDataWithScanner(
       qnunicode::QNScanner& scanner);
 
-  // The byte form without a heap allocation of its own, for the loader's record storage.
-  static std::optional<QNUnicodeConcreteData> parseBytes(const char* bytes, const char* sentinel,
-                                                         size_t* bytesRead);
+  // The byte form without a heap allocation of its own, for the loader's record storage. With
+  // an arena, the record's fields are laid out there and the arena must outlive the record.
+  static std::optional<QNUnicodeConcreteData> parseBytes(
+      const char* bytes, const char* sentinel, size_t* bytesRead,
+      qnunicode::detail::BlockArena<std::byte>* arena = nullptr);
 
   // A concrete copy of any record kind (initWithUnicodeData:): every property is taken through
   // the source's accessors, so absent text fields of the source become empty ones.
@@ -67,6 +80,17 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
 
   // Sets the decomposition array and the two mapping flags from a decomposition field.
   void characterDecompositionMappingWithString(std::optional<std::u16string_view> text);
+
+  // A text field as the record keeps it, without making a string: ASCII bytes, or UTF-16 units
+  // when the line held other text (the other view is then empty). For readers that copy many
+  // names at once.
+  struct StoredText {
+    std::string_view bytes;
+    std::u16string_view units;
+    size_t size() const { return bytes.size() + units.size(); }
+  };
+  StoredText storedCharacterName() const { return storedText(NameField); }
+  StoredText storedUnicode1Name() const { return storedText(Unicode1NameField); }
 
   // True when the name field is present and ends with the suffix (the loader's First/Last test,
   // without making a string).
@@ -122,10 +146,13 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
     WideTextFlag = 64,  // the text is stored as UTF-16 units, not as ASCII bytes
   };
 
-  // Lays the decomposition codepoints and the texts out in one fresh buffer.
-  void store(std::span<const uint32_t> decomposition, const TextInputs& texts);
+  // Lays the decomposition codepoints and the texts out in one fresh buffer, taken from the
+  // arena when there is one.
+  void store(std::span<const uint32_t> decomposition, const TextInputs& texts,
+             qnunicode::detail::BlockArena<std::byte>* arena = nullptr);
   TextInputs currentTexts() const;
   UnicodeString text(TextField field) const;
+  StoredText storedText(TextField field) const;
   std::optional<UnicodeString> optionalText(TextField field) const;
   void setFlag(Flag flag, bool on) { _flags = on ? (_flags | flag) : (_flags & ~flag); }
   bool flag(Flag flag) const { return (_flags & flag) != 0; }
@@ -147,7 +174,7 @@ class QNUnicodeConcreteData final : public QNUnicodeData {
   } _numericValue{0};
   // The decomposition codepoints, then every text field back to back (ASCII bytes, or UTF-16
   // units when some field is not ASCII).
-  std::unique_ptr<std::byte[]> _buffer;
+  std::unique_ptr<std::byte[], qnunicode::detail::BufferRelease> _buffer;
   // Where each text field ends, in units from the start of the text.
   std::array<uint32_t, TextFieldCount> _textEnds{};
 };
