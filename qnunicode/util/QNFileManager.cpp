@@ -1,9 +1,12 @@
 #include "qnunicode/util/QNFileManager.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
 #include "qnunicode/util/QNLog.h"
@@ -70,46 +73,47 @@ std::optional<std::vector<std::string>> filenamesPrefixedBy(const std::string& p
     return std::nullopt;
   }
 
-  std::error_code error;
-  fs::directory_iterator entries(directory, error);
-  if (error) return std::nullopt;
+  // The listing's own order: nothing here sorts. Plain readdir, as a listing is asked for on
+  // every file lookup.
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
+  if (!entries) return std::nullopt;
   std::vector<std::string> matches;
   matches.reserve(2);
-  // The listing's own order: nothing here sorts.
-  for (; entries != fs::directory_iterator(); entries.increment(error)) {
-    if (error) return std::nullopt;
-    const std::string name = entries->path().filename().string();
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(entries.get());
+    if (!entry) break;
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
     if (name.starts_with(prefix))
       matches.push_back(stringByAppendingPathComponent(directory, name));
   }
-  if (error) return std::nullopt;
+  if (errno != 0) return std::nullopt;
   return matches;
 }
 
 std::string pathByResolvingAliasesInPath(const std::string& path) {
-  fs::path location;
-  size_t position = 0;
-  if (!path.empty() && path.front() == '/') {
-    location = "/";
-    position = 1;
-  }
+  const bool absolute = path.starts_with('/');
+  std::string location(absolute ? 1 : 0, '/');
+  size_t position = absolute ? 1 : 0;
   while (position < path.size()) {
     size_t slash = path.find('/', position);
     if (slash == std::string::npos) slash = path.size();
     if (slash > position) {
-      const std::string_view component(path.data() + position, slash - position);
-      location = location.empty() ? fs::path(component) : location / component;
-      std::error_code error;
-      if (fs::is_symlink(location, error)) {
+      if (!location.empty() && location.back() != '/') location += '/';
+      location.append(path, position, slash - position);
+      struct stat status {};
+      if (lstat(location.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
         // Every earlier component is resolved already, so the canonical form is the end of this
         // link's chain.
+        std::error_code error;
         fs::path target = fs::canonical(location, error);
-        if (!error) location = std::move(target);
+        if (!error) location = target.string();
       }
     }
     position = slash + 1;
   }
-  return location.string();
+  return location;
 }
 
 std::optional<QNFileSystemAttributes> fileSystemAttributesAtPossiblePath(const std::string& path) {

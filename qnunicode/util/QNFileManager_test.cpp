@@ -32,6 +32,27 @@ TEST(QNFileManagerTest, FilenamesPrefixedByAndItsFailures) {
   EXPECT_EQ(log.lines(), (Paths{recreate, recreate, head + "determine filename"}));
 }
 
+// Every link on the way is replaced by where its chain ends; a dangling link and the parts
+// after it stay as written, and so do paths of nothing but plain names.
+TEST(QNFileManagerTest, PathByResolvingAliasesInPath) {
+  qnunicode::testing::ScratchDirectory scratch;
+  const std::string d = scratch.path();
+  const std::string real = fs::canonical(d).string();
+  fs::create_directories(d + "/store/deep");
+  scratch.write("store/deep/UnicodeData.txt", "");
+  fs::create_directory_symlink("store", d + "/link");
+  fs::create_symlink("link/deep/UnicodeData.txt", d + "/file-link");
+  fs::create_symlink("nowhere", d + "/dangling");
+  EXPECT_EQ(pathByResolvingAliasesInPath(d + "/link/deep/UnicodeData.txt"),
+            real + "/store/deep/UnicodeData.txt");
+  EXPECT_EQ(pathByResolvingAliasesInPath(d + "//file-link"), real + "/store/deep/UnicodeData.txt");
+  EXPECT_EQ(pathByResolvingAliasesInPath(d + "/dangling/x.txt"), real + "/dangling/x.txt");
+  EXPECT_EQ(pathByResolvingAliasesInPath(d + "/link/missing.txt"), real + "/store/missing.txt");
+  EXPECT_EQ(pathByResolvingAliasesInPath("no/such/name.txt"), "no/such/name.txt");
+  EXPECT_EQ(pathByResolvingAliasesInPath("/"), "/");
+  EXPECT_EQ(pathByResolvingAliasesInPath(""), "");
+}
+
 TEST(QNFileManagerTest, MinimumFileSize) {
   qnunicode::testing::ScratchDirectory scratch;
   const auto existing = fileSystemAttributesAtPossiblePath(scratch.path());
