@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNLog.h"
 

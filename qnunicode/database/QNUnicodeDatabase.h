@@ -29,6 +29,7 @@ class QNUnicodeNamesListEntries;
 class QNUnicodeNameLookup;
 class QNUnicodeNameKeyList;
 class QNUnicodeIndexNames;
+struct QNUnicodeIndexFile;
 class QNUnicodePrefixTree;
 class QNUnicodePropertyTable;
 class QNUnicodeBlockTable;
@@ -368,7 +369,9 @@ class QNUnicodeDatabase {
   std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupWithoutUnihanKeys();
   // The keys of sortedNameLookupKeys (or, without includingUnihan, of
   // sortedNameLookupWithoutUnihanKeys) that pass the test, in the same order. While that list
-  // has not been made, only the keys that pass are sorted, and the list is not made.
+  // has not been made, only the keys that pass are sorted, and the list is not made; while the
+  // lookup itself has not been made, only the keys that pass go into a lookup of their own (the
+  // list's), which maps them as the whole lookup would.
   std::shared_ptr<const QNUnicodeNameKeyList> sortedNameLookupKeysPassingTest(
       const std::function<bool(std::u16string_view)>& test, bool includingUnihan);
   std::shared_ptr<const QNUnicodeIndexNames> indexNames();
@@ -392,6 +395,15 @@ class QNUnicodeDatabase {
   };
   FileVersionSurvey surveyDataFileVersions() const;
   void checkDataFileVersionIntegrity(FileVersionSurvey survey);
+  // The Index file decoded and split into names before any of it reaches the lookup. Reading
+  // it touches nothing but the file, so the lookup has it read on another thread while it takes
+  // in UnicodeData's names.
+  std::unique_ptr<QNUnicodeIndexFile> readIndexFile() const;
+  void addIndex(QNUnicodeIndexFile& index);
+  // The keys that pass the test in a lookup of their own, without the whole lookup; none when
+  // UnicodeData's lines are not in strictly ascending order, which that way relies on.
+  std::optional<std::shared_ptr<const QNUnicodeNameKeyList>> keysPassingTestWithoutLookup(
+      const std::function<bool(std::u16string_view)>& test);
   // Adds the Unihan definitions to _nameLookup (unihan/). Until then _nameLookupWithoutUnihan
   // is the same map as _nameLookup: before adding, this gives _nameLookup a copy of its own.
   void createUnihanNameLookup();
@@ -448,6 +460,8 @@ class QNUnicodeDatabase {
   std::shared_ptr<const QNUnicodeNameKeyList> _sortedNameLookupKeys;
   std::shared_ptr<const QNUnicodeNameKeyList> _sortedNameLookupWithoutUnihanKeys;
   std::shared_ptr<QNUnicodeIndexNames> _indexNames;
+  // An Index read (its log lines given) for keys that passed a test, kept for the lookup.
+  std::unique_ptr<QNUnicodeIndexFile> _unusedIndexFile;
   std::vector<UnicodeString> _unicodeDataVersions;
   std::optional<UnicodeString> _consistentVersion;
   std::vector<QNUnicodeDataFileInfo> _dataFilenamesAndVersions;

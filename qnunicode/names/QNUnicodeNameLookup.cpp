@@ -9,7 +9,10 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <iterator>
+#include <numeric>
+#include <unordered_map>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/records/QNUnicodeConcreteData.h"
@@ -25,19 +28,39 @@ namespace {
 // published files give about 6000 Index keys and 36000 UnicodeData keys).
 constexpr size_t kNameLookupCapacity = 64;
 
-// "%@ [U+%04X]": the name, a blank and the bracketed code in at least four upper-case digits,
-// written over `key`.
-void makeNameKey(UnicodeString& key, std::u16string_view name, uint32_t codepoint) {
+// The longest " [U+XXXX]" that follows a name in a key: eight digits.
+constexpr size_t kLongestCodeSuffix = 13;
+
+// " [U+%04X]": a blank and the bracketed code in at least four upper-case digits, written at
+// `out`; answers its length.
+size_t writeCodeSuffix(char16_t* out, uint32_t codepoint) {
   static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
   char16_t code[8];
-  int length = 0;
+  size_t length = 0;
   for (uint32_t rest = codepoint; rest != 0 || length < 4; rest >>= 4) {
     code[length++] = kDigits[rest & 0xF];
   }
-  key.assign(name);
-  key.append(u" [U+");
-  while (length > 0) key.push_back(code[--length]);
-  key.push_back(u']');
+  const char16_t* const start = out;
+  for (const char16_t u : std::u16string_view(u" [U+")) *out++ = u;
+  while (length > 0) *out++ = code[--length];
+  *out++ = u']';
+  return static_cast<size_t>(out - start);
+}
+
+// "%@ [U+%04X]": the name and its code suffix, written over `key`.
+void makeNameKey(UnicodeString& key, std::u16string_view name, uint32_t codepoint) {
+  key.resize(name.size() + kLongestCodeSuffix);
+  std::copy(name.begin(), name.end(), key.data());
+  key.resize(name.size() + writeCodeSuffix(key.data() + name.size(), codepoint));
+}
+
+// The same from a record's stored name, written at `out`; answers the key's length.
+size_t writeNameKey(char16_t* out, const QNUnicodeConcreteData::StoredText& name,
+                    uint32_t codepoint) {
+  char16_t* const start = out;
+  for (const char byte : name.bytes) *out++ = static_cast<unsigned char>(byte);
+  out = std::copy(name.units.begin(), name.units.end(), out);
+  return static_cast<size_t>(out - start) + writeCodeSuffix(out, codepoint);
 }
 
 char16_t asciiUpper(char16_t u) {
@@ -412,26 +435,22 @@ bool QNUnicodeNameLookup::operator==(const QNUnicodeNameLookup& other) const {
 
 // ---- Index names ------------------------------------------------------------------------------
 
-QNUnicodeIndexNames::QNUnicodeIndexNames(
-    UnicodeString text, std::vector<std::pair<uint32_t, std::u16string_view>> namesInFileOrder) {
-  // The views point into `text`; they are carried over to the copy kept here (a short text
-  // moves its units along).
-  const char16_t* const from = text.data();
-  _text = std::move(text);
+QNUnicodeIndexNames::QNUnicodeIndexNames(UnicodeString text, std::span<const Name> namesInFileOrder)
+    : _text(std::move(text)) {
   // By codepoint, then by place in the file.
   std::vector<uint64_t> order(namesInFileOrder.size());
   for (size_t i = 0; i < order.size(); ++i) {
-    order[i] = (static_cast<uint64_t>(namesInFileOrder[i].first) << 32) | i;
+    order[i] = (static_cast<uint64_t>(namesInFileOrder[i].codepoint) << 32) | i;
   }
   std::sort(order.begin(), order.end());
   _names.reserve(order.size());
   for (const uint64_t codepointAndPlace : order) {
-    const auto& [codepoint, name] = namesInFileOrder[static_cast<uint32_t>(codepointAndPlace)];
-    if (_codepoints.empty() || _codepoints.back() != codepoint) {
-      _codepoints.push_back(codepoint);
+    const Name& name = namesInFileOrder[static_cast<uint32_t>(codepointAndPlace)];
+    if (_codepoints.empty() || _codepoints.back() != name.codepoint) {
+      _codepoints.push_back(name.codepoint);
       _firstNames.push_back(static_cast<uint32_t>(_names.size()));
     }
-    _names.emplace_back(_text.data() + (name.data() - from), name.size());
+    _names.emplace_back(_text.data() + name.offset, name.length);
   }
   _firstNames.push_back(static_cast<uint32_t>(_names.size()));
 }
@@ -452,29 +471,55 @@ bool QNUnicodeDatabase::nameLookupMapsUppercasedKey(std::u16string_view key, uin
   return _nameLookup->codepointForKey(scratch) == codepoint;
 }
 
-void QNUnicodeDatabase::readIndex() {
+std::unique_ptr<QNUnicodeIndexFile> QNUnicodeDatabase::readIndexFile() const {
+  auto index = std::make_unique<QNUnicodeIndexFile>();
+  const QNLogHold hold(index->logLines);
   const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixIndex);
-  std::optional<UnicodeString> text;
-  if (path) {
-    // A regular file is decoded from its mapped bytes; anything else is read the long way.
-    const qnunicode::detail::MappedFile file(*path);
-    std::optional<std::string> bytes;
-    if (file.isMapped()) {
-      text = qnunicode::decodeUTF8(file.bytes());
-      if (!text) bytes.emplace(file.bytes());
-    } else {
-      text = QNUnicode::stringWithContentsOfUTF8File(*path);
-      if (!text) bytes = fileBytes(*path);
-    }
-    if (!text && bytes) {
-      text = qnunicode::decodeASCIILossy(*bytes);
-      QNLogFormat(
-          "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
-          "for reading",
-          path->c_str());
-    }
+  if (!path) return index;
+  // A regular file is decoded from its mapped bytes; anything else is read the long way.
+  std::optional<UnicodeString>& text = index->text;
+  const qnunicode::detail::MappedFile file(*path);
+  std::optional<std::string> bytes;
+  if (file.isMapped()) {
+    text = qnunicode::decodeUTF8(file.bytes());
+    if (!text) bytes.emplace(file.bytes());
+  } else {
+    text = QNUnicode::stringWithContentsOfUTF8File(*path);
+    if (!text) bytes = fileBytes(*path);
   }
-  if (!text) {
+  if (!text && bytes) {
+    text = qnunicode::decodeASCIILossy(*bytes);
+    QNLogFormat(
+        "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
+        "for reading",
+        path->c_str());
+  }
+  if (!text) return index;
+
+  // A line is a name, a tab and a hexadecimal codepoint; anything else is passed over.
+  const std::u16string_view all = *text;
+  index->names.reserve(static_cast<size_t>(std::count(all.begin(), all.end(), u'\n')) + 1);
+  for (size_t start = 0; start <= all.size();) {
+    size_t end = all.find(u'\n', start);
+    if (end == std::u16string_view::npos) end = all.size();
+    const std::u16string_view line = all.substr(start, end - start);
+    const size_t lineStart = start;
+    start = end + 1;
+
+    const size_t tab = line.find(u'\t');
+    if (tab == std::u16string_view::npos) continue;
+    qnunicode::QNScanner scanner(line.substr(tab + 1));
+    uint32_t codepoint;
+    if (!scanner.scanHexInt(&codepoint)) continue;
+    index->names.push_back(
+        {codepoint, static_cast<uint32_t>(lineStart), static_cast<uint32_t>(tab)});
+  }
+  return index;
+}
+
+void QNUnicodeDatabase::addIndex(QNUnicodeIndexFile& index) {
+  for (std::string& line : index.logLines) QNLog(std::move(line));
+  if (!index.text) {
     // _indexNames stays none, so the next use tries again.
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixIndex);
     return;
@@ -483,35 +528,23 @@ void QNUnicodeDatabase::readIndex() {
   createNameLookupMaps();
   if (_nameLookupContainsIndex) QNLog("WARNING: _nameLookupContainsIndex == YES in -readIndex");
 
-  std::vector<std::pair<uint32_t, std::u16string_view>> names;
-  names.reserve(static_cast<size_t>(std::count(text->begin(), text->end(), u'\n')) + 1);
-  _nameLookup->reserve(_nameLookup->size() + names.capacity());
+  _nameLookup->reserve(_nameLookup->size() + index.names.size());
   UnicodeString key, uppercased;
-  const std::u16string_view all = *text;
-  for (size_t start = 0; start <= all.size();) {
-    size_t end = all.find(u'\n', start);
-    if (end == std::u16string_view::npos) end = all.size();
-    const std::u16string_view line = all.substr(start, end - start);
-    start = end + 1;
-
-    // A line is a name, a tab and a hexadecimal codepoint; anything else is passed over.
-    const size_t tab = line.find(u'\t');
-    if (tab == std::u16string_view::npos) continue;
-    const std::u16string_view name = line.substr(0, tab);
-    qnunicode::QNScanner scanner(line.substr(tab + 1));
-    uint32_t codepoint;
-    if (!scanner.scanHexInt(&codepoint)) continue;
-
+  const std::u16string_view all = *index.text;
+  for (const QNUnicodeIndexNames::Name& name : index.names) {
     // An entry that only repeats a name already there in other letter case ("acute accent" for
     // ACUTE ACCENT) adds no key of its own; its name still counts among the Index names.
-    makeNameKey(key, name, codepoint);
-    if (!nameLookupMapsUppercasedKey(key, codepoint, uppercased)) {
-      storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), codepoint, key);
+    makeNameKey(key, all.substr(name.offset, name.length), name.codepoint);
+    if (!nameLookupMapsUppercasedKey(key, name.codepoint, uppercased)) {
+      storeKey(*_nameLookup, _nameLookupWithoutUnihan.get(), name.codepoint, key);
     }
-    names.emplace_back(codepoint, name);
   }
-  _indexNames = std::make_shared<QNUnicodeIndexNames>(std::move(*text), std::move(names));
+  _indexNames = std::make_shared<QNUnicodeIndexNames>(std::move(*index.text), index.names);
   _nameLookupContainsIndex = true;
+}
+
+void QNUnicodeDatabase::readIndex() {
+  addIndex(_unusedIndexFile ? *std::exchange(_unusedIndexFile, nullptr) : *readIndexFile());
 }
 
 std::shared_ptr<const QNUnicodeIndexNames> QNUnicodeDatabase::indexNames() {
@@ -533,33 +566,55 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
   if (!_isDatabaseRead && !readDatabase()) return;
   createNameLookupMaps();
 
+  // The Index is read and split on another thread meanwhile; it joins the lookup after
+  // UnicodeData's names.
+  std::future<std::unique_ptr<QNUnicodeIndexFile>> index;
+  if (!_nameLookupContainsIndex && !_indexNames && !_unusedIndexFile &&
+      !_nameLookupContainsDatabase) {
+    index = std::async(std::launch::async, [this] { return readIndexFile(); });
+  }
+
   if (!_nameLookupContainsDatabase) {
     // Every record read from the file; the members of First/Last ranges add nothing. The keys
-    // are stored a run at a time, in order, each made in a buffer of its own that is reused.
+    // of a run of records are written into one buffer, reused from run to run, and stored in
+    // order: a Unicode 1.0 name's key (for a few records) before the name's own.
     constexpr size_t kRun = 64;
-    std::array<UnicodeString, kRun> keys;
-    std::array<QNUnicodeNameLookup::KeyAndCodepoint, kRun> run;
-    size_t count = 0;
-    const auto add = [&](std::u16string_view name, uint32_t codepoint, uint32_t codeValue) {
-      makeNameKey(keys[count], name, codepoint);
-      run[count] = {keys[count], codeValue};
-      if (++count < kRun) return;
+    const std::span<const QNUnicodeConcreteData* const> records = _unicodeDataFileRecords;
+    std::vector<char16_t> units;
+    std::vector<QNUnicodeNameLookup::KeyAndCodepoint> run;
+    run.reserve(2 * kRun);
+    _nameLookup->reserve(_nameLookup->size() + records.size() * 17 / 16);
+    for (size_t first = 0; first < records.size(); first += kRun) {
+      const auto part = records.subspan(first, std::min(kRun, records.size() - first));
+      size_t longest = 0;
+      for (const QNUnicodeConcreteData* record : part) {
+        longest += record->storedUnicode1Name().size() + record->storedCharacterName().size() +
+                   2 * kLongestCodeSuffix;
+      }
+      if (units.size() < longest) units.resize(longest);
+      char16_t* out = units.data();
+      run.clear();
+      const auto add = [&](const QNUnicodeConcreteData::StoredText& name,
+                           const QNUnicodeConcreteData& record) {
+        const size_t length = writeNameKey(out, name, record.codepoint());
+        run.push_back({{out, length}, record.codeValue()});
+        out += length;
+      };
+      for (const QNUnicodeConcreteData* record : part) {
+        const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
+        if (unicode1Name.size() != 0) add(unicode1Name, *record);
+        add(record->storedCharacterName(), *record);
+      }
       storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), run);
-      count = 0;
-    };
-    // A key for every record and a Unicode 1.0 name for a few of them.
-    _nameLookup->reserve(_nameLookup->size() + _unicodeDataFileRecords.size() * 17 / 16);
-    for (const QNUnicodeConcreteData* record : _unicodeDataFileRecords) {
-      const uint32_t codepoint = record->codepoint();
-      const UnicodeString unicode1Name = record->unicode1Name();
-      if (!unicode1Name.empty()) add(unicode1Name, codepoint, record->codeValue());
-      add(record->characterName(), codepoint, record->codeValue());
     }
-    storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), std::span(run.data(), count));
     _nameLookupContainsDatabase = true;
   }
 
-  if (!_nameLookupContainsIndex) indexNames();
+  if (index.valid()) {
+    addIndex(*index.get());
+  } else if (!_nameLookupContainsIndex) {
+    indexNames();
+  }
 
   if (withoutUnihan) return;
   // The Unihan definitions join _nameLookup (and only it) in the Unihan reader's stage, once
@@ -634,8 +689,100 @@ std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupK
     }
     return std::make_shared<QNUnicodeNameKeyList>(made->lookup(), std::move(positions));
   }
+  // Without Unihan names, a lookup not made yet need not be made for the few keys that pass.
+  const bool lookupMade = _nameLookup && _nameLookupContainsDatabase && _nameLookupContainsIndex;
+  if (!lookupMade && !(includingUnihan && _isUnihanAvailable)) {
+    if (!_isDatabaseRead && !readDatabase()) return nullptr;
+    if (auto keys = keysPassingTestWithoutLookup(test)) return *keys;
+  }
   const std::shared_ptr<const QNUnicodeNameLookup> lookup =
       full ? nameLookup() : nameLookupWithoutUnihan();
   if (!lookup) return nullptr;
   return sortedKeyList(_isDatabaseRead ? this : nullptr, lookup, &test);
+}
+
+namespace {
+
+bool equalsStoredText(std::u16string_view text, const QNUnicodeConcreteData::StoredText& stored) {
+  if (!stored.units.empty()) return text == stored.units;
+  return std::equal(
+      text.begin(), text.end(), stored.bytes.begin(), stored.bytes.end(),
+      [](char16_t unit, char byte) { return unit == static_cast<unsigned char>(byte); });
+}
+
+}  // namespace
+
+// The keys go into the new lookup in the whole lookup's order, those that fail left out: a key
+// is made by the same lines either way, so it keeps its place among those that pass and its
+// last codepoint. Only the Index rule looks beyond the keys that pass: whether an entry's name
+// upper-cased is a key already. A key ends in its own codepoint, so that key can only be the
+// name (or Unicode 1.0 name) of that codepoint's line, found by a binary search while the lines
+// ascend, or the name of an earlier Index entry for it that took a key of its own.
+std::optional<std::shared_ptr<const QNUnicodeNameKeyList>>
+QNUnicodeDatabase::keysPassingTestWithoutLookup(
+    const std::function<bool(std::u16string_view)>& test) {
+  const std::vector<const QNUnicodeConcreteData*>& records = _unicodeDataFileRecords;
+  for (size_t i = 1; i < records.size(); ++i) {
+    if (records[i]->codepoint() <= records[i - 1]->codepoint()) return std::nullopt;
+  }
+  std::future<std::unique_ptr<QNUnicodeIndexFile>> reading;
+  if (!_unusedIndexFile) {
+    reading = std::async(std::launch::async, [this] { return readIndexFile(); });
+  }
+
+  auto lookup = std::make_shared<QNUnicodeNameLookup>(kNameLookupCapacity);
+  std::vector<char16_t> units;
+  const auto addIfPassing = [&](const QNUnicodeConcreteData::StoredText& name,
+                                const QNUnicodeConcreteData& record) {
+    if (units.size() < name.size() + kLongestCodeSuffix)
+      units.resize(name.size() + kLongestCodeSuffix);
+    const std::u16string_view key(units.data(),
+                                  writeNameKey(units.data(), name, record.codepoint()));
+    if (test(key)) lookup->setCodepointForKey(record.codeValue(), key);
+  };
+  for (const QNUnicodeConcreteData* record : records) {
+    const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
+    if (unicode1Name.size() != 0) addIfPassing(unicode1Name, *record);
+    addIfPassing(record->storedCharacterName(), *record);
+  }
+
+  if (reading.valid()) {
+    _unusedIndexFile = reading.get();
+    for (std::string& line : std::exchange(_unusedIndexFile->logLines, {})) QNLog(std::move(line));
+  }
+  if (!_unusedIndexFile->text) {
+    _unusedIndexFile.reset();
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixIndex);
+  } else {
+    const auto lineOf = [&records](uint32_t codepoint) -> const QNUnicodeConcreteData* {
+      const auto found = std::lower_bound(
+          records.begin(), records.end(), codepoint,
+          [](const QNUnicodeConcreteData* record, uint32_t c) { return record->codepoint() < c; });
+      return found != records.end() && (*found)->codepoint() == codepoint ? *found : nullptr;
+    };
+    std::unordered_multimap<uint32_t, std::u16string_view> namesWithKeys;
+    const std::u16string_view all = *_unusedIndexFile->text;
+    UnicodeString key, uppercased;
+    for (const QNUnicodeIndexNames::Name& entry : _unusedIndexFile->names) {
+      const std::u16string_view name = all.substr(entry.offset, entry.length);
+      caseMap(this, name, true, uppercased);
+      const QNUnicodeConcreteData* line = lineOf(entry.codepoint);
+      bool repeats = line && (equalsStoredText(uppercased, line->storedCharacterName()) ||
+                              (line->storedUnicode1Name().size() != 0 &&
+                               equalsStoredText(uppercased, line->storedUnicode1Name())));
+      const auto [first, last] = namesWithKeys.equal_range(entry.codepoint);
+      repeats = repeats || std::any_of(first, last, [&uppercased](const auto& named) {
+                  return named.second == std::u16string_view(uppercased);
+                });
+      if (repeats) continue;
+      namesWithKeys.emplace(entry.codepoint, name);
+      makeNameKey(key, name, entry.codepoint);
+      if (test(key)) lookup->setCodepointForKey(entry.codepoint, key);
+    }
+  }
+
+  std::vector<uint32_t> positions(lookup->size());
+  std::iota(positions.begin(), positions.end(), 0);
+  return std::make_shared<QNUnicodeNameKeyList>(lookup,
+                                                NameKeySorter(this, *lookup, positions).sorted());
 }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -127,10 +128,15 @@ class QNUnicodeNameKeyList {
 class QNUnicodeIndexNames {
  public:
   using Names = std::span<const std::u16string_view>;
+  // A name of `text` and its codepoint.
+  struct Name {
+    uint32_t codepoint;
+    uint32_t offset;  // in units
+    uint32_t length;
+  };
 
   // The names, each with its codepoint, in file order; `text` holds them all.
-  QNUnicodeIndexNames(UnicodeString text,
-                      std::vector<std::pair<uint32_t, std::u16string_view>> namesInFileOrder);
+  QNUnicodeIndexNames(UnicodeString text, std::span<const Name> namesInFileOrder);
   QNUnicodeIndexNames(const QNUnicodeIndexNames&) = delete;
   QNUnicodeIndexNames& operator=(const QNUnicodeIndexNames&) = delete;
 
@@ -146,4 +152,11 @@ class QNUnicodeIndexNames {
   std::vector<uint32_t> _codepoints;
   std::vector<uint32_t> _firstNames;  // per codepoint, then the end of the last one's names
   std::vector<std::u16string_view> _names;
+};
+
+// The Index file decoded and split into names, before any of it reaches a lookup.
+struct QNUnicodeIndexFile {
+  std::optional<UnicodeString> text;  // none when there was no file to read
+  std::vector<QNUnicodeIndexNames::Name> names;
+  std::vector<std::string> logLines;  // given while reading it, to be given back in turn
 };

@@ -161,6 +161,57 @@ TEST(NameLookup, IndexKeysDependOnWhatWasReadFirstAndSortIgnoringCase) {
   EXPECT_EQ(database.sortedNameLookupWithoutUnihanKeys(), sorted);
 }
 
+// Keys and codepoints, in list order.
+std::vector<std::pair<UnicodeString, uint32_t>> entries(const QNUnicodeNameKeyList& list) {
+  std::vector<std::pair<UnicodeString, uint32_t>> all;
+  for (size_t i = 0; i < list.size(); ++i) all.emplace_back(list[i], list.entry(i).codepoint());
+  return all;
+}
+
+// Before the lookup is made, the keys that pass a test go into a lookup of their own. They must
+// be the whole lookup's keys that pass, with its codepoints and order, whatever the test: here
+// tests that split the Index's case repeats from the keys they repeat, and chains of entries for
+// one codepoint where an entry repeats an earlier entry that itself took a key. UnicodeData out
+// of order takes the whole lookup's way. The Index is read once either way.
+TEST(NameLookup, KeysPassingATestBeforeTheLookupAreTheWholeLookupsKeys) {
+  const std::string chains =
+      "Zeta\t007A\nZETA\t007A\nzEta\t007A\nreverse solidus\t005C\nREVERSE solidus\t005C\n"
+      "\351T\351\t00E9\nlatin small letter e with acute\t00E9\n";
+  const std::string unordered =
+      kUnicodeData + "0041;LATIN CAPITAL LETTER A;Lu;0;L;;;;;N;;;;0061;\n";
+  const std::function<bool(std::u16string_view)> tests[] = {
+      [](std::u16string_view k) { return k.find(u"Z") != k.npos; },
+      [](std::u16string_view k) { return k.find(u"REVERSE") == k.npos; },
+      [](std::u16string_view k) { return std::hash<std::u16string_view>()(k) % 3 != 0; },
+      [](std::u16string_view k) { return k.size() % 2 == 0; },
+      [](std::u16string_view) { return true; }};
+  for (const std::string& unicodeData : {kUnicodeData, unordered}) {
+    qnunicode::testing::ScratchDirectory scratch;
+    scratch.write("UnicodeData.txt", unicodeData);
+    scratch.write("Index.txt", kIndex + chains);
+    QNUnicodeDatabase whole({scratch.path()}, {});
+    const auto sorted = whole.sortedNameLookupKeys();
+    ASSERT_TRUE(sorted);
+    for (const auto& test : tests) {
+      std::vector<std::pair<UnicodeString, uint32_t>> expected;
+      std::ranges::copy_if(entries(*sorted), std::back_inserter(expected),
+                           [&test](const auto& entry) { return test(entry.first); });
+      qnunicode::testing::LogCapture log;
+      QNUnicodeDatabase fresh({scratch.path()}, {});
+      const auto passing = fresh.sortedNameLookupKeysPassingTest(test, false);
+      ASSERT_TRUE(passing);
+      EXPECT_EQ(entries(*passing), expected);
+      EXPECT_EQ(entries(*fresh.sortedNameLookupKeysPassingTest(test, false)), expected);
+      EXPECT_EQ(*fresh.nameLookup(), *whole.nameLookup());
+      EXPECT_EQ(std::ranges::count_if(log.lines(),
+                                      [](const std::string& line) {
+                                        return line.find("lossy ASCII") != std::string::npos;
+                                      }),
+                1);
+    }
+  }
+}
+
 // Keys made to be hard to sort: long shared prefixes, names that are prefixes of others, letters
 // beyond ASCII that the records lower-case, and many keys equal but for case. The sorted list
 // is the plain sort of the same keys: lower-cased units first, then the units themselves.
@@ -257,6 +308,9 @@ TEST(RealNameLookup, KeysIndexNamesAndSortedKeysFollowTheFiles) {
     std::vector<std::u16string_view> filtered;
     std::ranges::copy_if(*sorted, std::back_inserter(filtered), test);
     ASSERT_TRUE(passing && std::ranges::equal(*passing, filtered));
+    for (size_t i = 0; i < passing->size(); ++i) {
+      ASSERT_EQ(passing->entry(i).codepoint(), lookup->codepointForKey((*passing)[i]));
+    }
     EXPECT_TRUE(
         std::ranges::equal(*database.sortedNameLookupKeysPassingTest(test, true), filtered));
   }

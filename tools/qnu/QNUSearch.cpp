@@ -118,17 +118,16 @@ int runSearch(Host& host, const SearchOptions& options) {
   host.requireUnicodeData();
 
   // Without --unihan the lookup leaves the Unihan definitions out and so never reads the Unihan
-  // files; both are the same lookup when there are none. Only the keys that match are sorted.
-  const auto lookup = options.unihan ? database.nameLookup() : database.nameLookupWithoutUnihan();
+  // files; both are the same lookup when there are none. Only the keys that match are sorted,
+  // each with the codepoint the lookup maps it to.
   const auto keys = database.sortedNameLookupKeysPassingTest(selects, options.unihan);
-  if (!lookup || !keys) return kExitSuccess;
+  if (!keys) return kExitSuccess;
 
   std::string out;
   size_t count = 0;
-  for (const std::u16string_view key : *keys) {
-    const std::optional<uint32_t> found = lookup->codepointForKey(key);
-    if (!found) continue;
-    const uint32_t codepoint = *found;
+  for (size_t i = 0; i < keys->size(); ++i) {
+    const std::u16string_view key = (*keys)[i];
+    const uint32_t codepoint = keys->entry(i).codepoint();
     if (host.json()) {
       Json match;
       match["codepoint"] = codepoint;
