@@ -689,9 +689,9 @@ std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupK
     }
     return std::make_shared<QNUnicodeNameKeyList>(made->lookup(), std::move(positions));
   }
-  // Without Unihan names, a lookup not made yet need not be made for the few keys that pass.
-  const bool lookupMade = _nameLookup && _nameLookupContainsDatabase && _nameLookupContainsIndex;
-  if (!lookupMade && !(includingUnihan && _isUnihanAvailable)) {
+  // Without Unihan names, a lookup not begun yet need not be made for the few keys that pass.
+  // (One that holds the Index alone, read first, goes on as it began.)
+  if (!_nameLookup && !(includingUnihan && _isUnihanAvailable)) {
     if (!_isDatabaseRead && !readDatabase()) return nullptr;
     if (auto keys = keysPassingTestWithoutLookup(test)) return *keys;
   }

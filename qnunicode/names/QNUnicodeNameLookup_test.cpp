@@ -185,29 +185,33 @@ TEST(NameLookup, KeysPassingATestBeforeTheLookupAreTheWholeLookupsKeys) {
       [](std::u16string_view k) { return std::hash<std::u16string_view>()(k) % 3 != 0; },
       [](std::u16string_view k) { return k.size() % 2 == 0; },
       [](std::u16string_view) { return true; }};
-  for (const std::string& unicodeData : {kUnicodeData, unordered}) {
-    qnunicode::testing::ScratchDirectory scratch;
-    scratch.write("UnicodeData.txt", unicodeData);
-    scratch.write("Index.txt", kIndex + chains);
-    QNUnicodeDatabase whole({scratch.path()}, {});
-    const auto sorted = whole.sortedNameLookupKeys();
-    ASSERT_TRUE(sorted);
-    for (const auto& test : tests) {
-      std::vector<std::pair<UnicodeString, uint32_t>> expected;
-      std::ranges::copy_if(entries(*sorted), std::back_inserter(expected),
-                           [&test](const auto& entry) { return test(entry.first); });
-      qnunicode::testing::LogCapture log;
-      QNUnicodeDatabase fresh({scratch.path()}, {});
-      const auto passing = fresh.sortedNameLookupKeysPassingTest(test, false);
-      ASSERT_TRUE(passing);
-      EXPECT_EQ(entries(*passing), expected);
-      EXPECT_EQ(entries(*fresh.sortedNameLookupKeysPassingTest(test, false)), expected);
-      EXPECT_EQ(*fresh.nameLookup(), *whole.nameLookup());
-      EXPECT_EQ(std::ranges::count_if(log.lines(),
-                                      [](const std::string& line) {
-                                        return line.find("lossy ASCII") != std::string::npos;
-                                      }),
-                1);
+  for (const bool indexFirst : {false, true}) {
+    for (const std::string& unicodeData : {kUnicodeData, unordered}) {
+      qnunicode::testing::ScratchDirectory scratch;
+      scratch.write("UnicodeData.txt", unicodeData);
+      scratch.write("Index.txt", kIndex + chains);
+      QNUnicodeDatabase whole({scratch.path()}, {});
+      if (indexFirst) whole.indexNames();
+      const auto sorted = whole.sortedNameLookupKeys();
+      ASSERT_TRUE(sorted);
+      for (const auto& test : tests) {
+        std::vector<std::pair<UnicodeString, uint32_t>> expected;
+        std::ranges::copy_if(entries(*sorted), std::back_inserter(expected),
+                             [&test](const auto& entry) { return test(entry.first); });
+        qnunicode::testing::LogCapture log;
+        QNUnicodeDatabase fresh({scratch.path()}, {});
+        if (indexFirst) fresh.indexNames();
+        const auto passing = fresh.sortedNameLookupKeysPassingTest(test, false);
+        ASSERT_TRUE(passing);
+        EXPECT_EQ(entries(*passing), expected);
+        EXPECT_EQ(entries(*fresh.sortedNameLookupKeysPassingTest(test, false)), expected);
+        EXPECT_EQ(*fresh.nameLookup(), *whole.nameLookup());
+        EXPECT_EQ(std::ranges::count_if(log.lines(),
+                                        [](const std::string& line) {
+                                          return line.find("lossy ASCII") != std::string::npos;
+                                        }),
+                  1);
+      }
     }
   }
 }
