@@ -418,6 +418,8 @@ class QNUnicodeDatabase {
   // UnicodeData (database/QNUnicodeDatabaseLoading.cpp).
   std::vector<const QNUnicodeData*> _allUnicodeData;
   std::vector<const QNUnicodeConcreteData*> _unicodeDataFileRecords;
+  // Each line's codepoint above the line's before (so each codepoint has at most one line).
+  bool _unicodeDataLinesAscend = true;
   struct IndexDeleter {
     void operator()(const QNUnicodeData** index) const;
   };

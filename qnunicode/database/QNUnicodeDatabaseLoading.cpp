@@ -402,6 +402,7 @@ void QNUnicodeDatabase::IndexDeleter::operator()(const QNUnicodeData** index) co
 bool QNUnicodeDatabase::readDatabase() {
   _isDatabaseRead = false;
   _unicodeDataLineCount = 0;
+  _unicodeDataLinesAscend = true;
 
   if (!_databaseIndex) {
     _allUnicodeData = std::vector<const QNUnicodeData*>();
@@ -481,6 +482,9 @@ bool QNUnicodeDatabase::readDatabase() {
     }
 
     _allUnicodeData.push_back(&record);
+    if (!_unicodeDataFileRecords.empty() &&
+        codepoint <= _unicodeDataFileRecords.back()->codepoint())
+      _unicodeDataLinesAscend = false;
     _unicodeDataFileRecords.push_back(&record);
     // Neighbouring lines mostly share their categories: the sets are asked only on a change.
     UnicodeString bidirectionalCategory = record.bidirectionalCategory();
@@ -532,8 +536,8 @@ bool QNUnicodeDatabase::readDatabase() {
   };
 
   // The lines are parsed here and on a helper thread, and taken in here in file order as their
-  // stretches are ready. Whichever thread runs out of stretches first reads the versions of the
-  // other data files for the integrity check.
+  // stretches are ready. The helper first reads the versions of the other data files for the
+  // integrity check, unless this thread got there first, having parsed everything.
   StretchedParse parse(data, stretchCount(data));
   const StretchedParse::Workspace workspace{storage.fileRecords, storage.fileFields};
   std::optional<FileVersionSurvey> survey;
@@ -544,8 +548,8 @@ bool QNUnicodeDatabase::readDatabase() {
   std::future<void> helper;
   if (parse.size() > 1) {
     helper = std::async(std::launch::async, [&parse, &storage, &takeSurvey] {
-      parse.parseRemaining({storage.helperFileRecords, storage.helperFileFields});
       takeSurvey();
+      parse.parseRemaining({storage.helperFileRecords, storage.helperFileFields});
     });
   }
   for (size_t i = 0; i < parse.size(); ++i) {

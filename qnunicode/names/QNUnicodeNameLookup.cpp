@@ -721,10 +721,8 @@ bool equalsStoredText(std::u16string_view text, const QNUnicodeConcreteData::Sto
 std::optional<std::shared_ptr<const QNUnicodeNameKeyList>>
 QNUnicodeDatabase::keysPassingTestWithoutLookup(
     const std::function<bool(std::u16string_view)>& test) {
+  if (!_unicodeDataLinesAscend) return std::nullopt;
   const std::vector<const QNUnicodeConcreteData*>& records = _unicodeDataFileRecords;
-  for (size_t i = 1; i < records.size(); ++i) {
-    if (records[i]->codepoint() <= records[i - 1]->codepoint()) return std::nullopt;
-  }
   std::future<std::unique_ptr<QNUnicodeIndexFile>> reading;
   if (!_unusedIndexFile) {
     reading = std::async(std::launch::async, [this] { return readIndexFile(); });
