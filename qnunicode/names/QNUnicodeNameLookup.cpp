@@ -112,32 +112,6 @@ void caseMap(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upp
   }
 }
 
-// Writes the key lower-cased as one byte a unit, when it is all ASCII (false otherwise, the
-// output then being incomplete). Four units go at a time, as 16-bit lanes of one number: a lane
-// is a capital letter when adding 0x80 - 'A' sets its bit 7 and adding 0x80 - 'Z' - 1 does not.
-bool writeLowerASCII(std::u16string_view key, char* out) {
-  constexpr uint64_t kLanes = 0x0001000100010001u;
-  size_t i = 0;
-  for (; std::endian::native == std::endian::little && i + 4 <= key.size(); i += 4, out += 4) {
-    uint64_t lanes;
-    std::memcpy(&lanes, key.data() + i, 8);
-    if (lanes & (0xFF80 * kLanes)) return false;
-    const uint64_t atLeastA = lanes + (0x80 - 'A') * kLanes;
-    const uint64_t beyondZ = lanes + (0x80 - 'Z' - 1) * kLanes;
-    lanes += ((atLeastA & ~beyondZ) & (0x80 * kLanes)) >> 2;
-    // Each lane's low byte, packed into the low four bytes in lane order.
-    lanes = (lanes | (lanes >> 8)) & 0x0000FFFF0000FFFFu;
-    lanes = (lanes | (lanes >> 16)) & 0xFFFFFFFFu;
-    const auto bytes = static_cast<uint32_t>(lanes);
-    std::memcpy(out, &bytes, 4);
-  }
-  for (; i < key.size(); ++i) {
-    if (key[i] >= 0x80) return false;
-    *out++ = static_cast<char>(asciiLower(key[i]));
-  }
-  return true;
-}
-
 // Appends one UTF-16 unit in the UTF-8 form of its value: comparing such bytes compares the
 // units by value, one to three bytes each.
 void appendOrderedBytes(std::string& bytes, char16_t unit) {
@@ -177,7 +151,7 @@ class NameKeySorter {
       const std::u16string_view key = lookup[positions[i]].key();
       const size_t offset = _bytes.size();
       _bytes.resize(offset + 4 + key.size());
-      if (!writeLowerASCII(key, _bytes.data() + offset + 4)) {
+      if (!qnunicode::writeASCIILowercase(key, _bytes.data() + offset + 4)) {
         _bytes.resize(offset + 4);
         caseMap(readDatabase, key, false, lowered);
         for (char16_t u : lowered) appendOrderedBytes(_bytes, u);

@@ -1,5 +1,6 @@
 #include "qnunicode/strings/UnicodeString.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -150,6 +151,32 @@ UnicodeString decodeLatin1(std::string_view bytes) {
   UnicodeString out(bytes.size(), u'\0');
   for (size_t i = 0; i < bytes.size(); ++i) out[i] = static_cast<uint8_t>(bytes[i]);
   return out;
+}
+
+// Four units go at a time, as 16-bit lanes of one number: a lane is a capital letter when adding
+// 0x80 - 'A' sets its bit 7 and adding 0x80 - 'Z' - 1 does not.
+bool writeASCIILowercase(std::u16string_view text, char* out) {
+  constexpr uint64_t kLanes = 0x0001000100010001u;
+  size_t i = 0;
+  for (; std::endian::native == std::endian::little && i + 4 <= text.size(); i += 4, out += 4) {
+    uint64_t lanes;
+    std::memcpy(&lanes, text.data() + i, 8);
+    if (lanes & (0xFF80 * kLanes)) return false;
+    const uint64_t atLeastA = lanes + (0x80 - 'A') * kLanes;
+    const uint64_t beyondZ = lanes + (0x80 - 'Z' - 1) * kLanes;
+    lanes += ((atLeastA & ~beyondZ) & (0x80 * kLanes)) >> 2;
+    // Each lane's low byte, packed into the low four bytes in lane order.
+    lanes = (lanes | (lanes >> 8)) & 0x0000FFFF0000FFFFu;
+    lanes = (lanes | (lanes >> 16)) & 0xFFFFFFFFu;
+    const auto bytes = static_cast<uint32_t>(lanes);
+    std::memcpy(out, &bytes, 4);
+  }
+  for (; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (unit >= 0x80) return false;
+    *out++ = static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 32 : unit);
+  }
+  return true;
 }
 
 }  // namespace qnunicode

@@ -30,4 +30,9 @@ inline UnicodeString decodeASCIILossy(std::string_view bytes) {
   return decodeLatin1(bytes);
 }
 
+// Writes the text lower-cased in ASCII (A-Z to a-z) as one byte a unit at `out`, which has room
+// for text.size() bytes; false, the output then incomplete, when a unit lies beyond ASCII. For
+// case-blind searches and sorts over names, which are nearly always ASCII.
+bool writeASCIILowercase(std::u16string_view text, char* out);
+
 }  // namespace qnunicode

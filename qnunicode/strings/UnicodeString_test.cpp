@@ -97,3 +97,27 @@ TEST(Latin1Decoding, EachByteIsItsOwnCodepoint) {
   }
   EXPECT_EQ(qnunicode::decodeLatin1(bytes), expected);
 }
+
+// Against ICU's lower-casing of ASCII text, on random texts of every length up to 40 drawn from
+// the units around the letters' edges, with and without one unit beyond ASCII at any place.
+TEST(ASCIILowercase, AgreesWithIcuAndRefusesAnyUnitBeyondASCII) {
+  const char16_t units[] = {u'@', u'A', u'M', u'Z', u'[', u'`', u'a', u'z', u'{', u' ', u'\x7F'};
+  const char16_t beyond[] = {u'\x80', u'\xC0', u'\u0100', u'\uFF21', u'\xD800'};
+  std::mt19937 random(5);
+  for (size_t length = 0; length <= 40; ++length) {
+    for (int round = 0; round < 20; ++round) {
+      UnicodeString text;
+      for (size_t i = 0; i < length; ++i) text.push_back(units[random() % std::size(units)]);
+      UnicodeString lowered(text.size(), u'\0');
+      UErrorCode status = U_ZERO_ERROR;
+      u_strToLower(lowered.data(), static_cast<int32_t>(lowered.size()), text.data(),
+                   static_cast<int32_t>(text.size()), "", &status);
+      std::string out(length, '\0');
+      ASSERT_TRUE(qnunicode::writeASCIILowercase(text, out.data()));
+      ASSERT_EQ(UnicodeString(out.begin(), out.end()), lowered);
+      if (length == 0) continue;
+      text[random() % length] = beyond[random() % std::size(beyond)];
+      EXPECT_FALSE(qnunicode::writeASCIILowercase(text, out.data()));
+    }
+  }
+}

@@ -46,16 +46,7 @@ bool CaseBlindWordMatcher::matches(std::u16string_view key) {
   // An ASCII key is folded to bytes and searched for the words as bytes; it cannot hold a word
   // whose folded form goes beyond ASCII.
   _foldedBytes.resize(key.size());
-  char* out = _foldedBytes.data();
-  bool ascii = true;
-  for (char16_t unit : key) {
-    if (unit >= 0x80) {
-      ascii = false;
-      break;
-    }
-    *out++ = static_cast<char>((unit >= u'A' && unit <= u'Z') ? unit + 0x20 : unit);
-  }
-  if (ascii) {
+  if (qnunicode::writeASCIILowercase(key, _foldedBytes.data())) {
     if (!_asciiWords) return false;
     const std::string_view folded = _foldedBytes;
     return std::all_of(_asciiWords->begin(), _asciiWords->end(), [folded](const std::string& word) {
