@@ -72,6 +72,18 @@ void registerNameBenchmarks() {
         benchmark::DoNotOptimize(db.sortedNameLookupWithoutUnihanKeys()->size());
       });
 
+  // What qnu search asks first: the sorted keys that hold a word, before any lookup is made.
+  registerFirstCall(
+      "keys holding \"LETTER E WITH\": sorted once UnicodeData is read",
+      [](QNUnicodeDatabase& db) { db.unicodeDataForCodepoint(0x41); },
+      [](QNUnicodeDatabase& db) {
+        benchmark::DoNotOptimize(
+            db.sortedNameLookupKeysPassingTest(
+                  [](std::u16string_view key) { return key.find(u"LETTER E WITH") != key.npos; },
+                  false)
+                ->size());
+      });
+
   benchmark::RegisterBenchmark("name lookup: build on a new database", [](benchmark::State& s) {
     for (auto _ : s) {
       auto db = newDatabase();
