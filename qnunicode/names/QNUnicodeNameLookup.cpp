@@ -704,18 +704,20 @@ QNUnicodeDatabase::keysPassingTestWithoutLookup(
 
   auto lookup = std::make_shared<QNUnicodeNameLookup>(kNameLookupCapacity);
   std::vector<char16_t> units;
-  const auto addIfPassing = [&](const QNUnicodeConcreteData::StoredText& name,
-                                const QNUnicodeConcreteData& record) {
+  const auto addIfPassing = [&](const QNUnicodeConcreteData::StoredText& name, uint32_t codepoint) {
     if (units.size() < name.size() + kLongestCodeSuffix)
       units.resize(name.size() + kLongestCodeSuffix);
-    const std::u16string_view key(units.data(),
-                                  writeNameKey(units.data(), name, record.codepoint()));
-    if (test(key)) lookup->setCodepointForKey(record.codeValue(), key);
+    const std::u16string_view key(units.data(), writeNameKey(units.data(), name, codepoint));
+    if (test(key)) lookup->setCodepointForKey(codepoint, key);
   };
+  // The lines' codepoints, in order, for the Index rule's search.
+  std::vector<uint32_t> codepoints;
+  codepoints.reserve(records.size());
   for (const QNUnicodeConcreteData* record : records) {
+    const uint32_t codepoint = codepoints.emplace_back(record->codepoint());
     const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
-    if (unicode1Name.size() != 0) addIfPassing(unicode1Name, *record);
-    addIfPassing(record->storedCharacterName(), *record);
+    if (unicode1Name.size() != 0) addIfPassing(unicode1Name, codepoint);
+    addIfPassing(record->storedCharacterName(), codepoint);
   }
 
   if (reading.valid()) {
@@ -726,11 +728,10 @@ QNUnicodeDatabase::keysPassingTestWithoutLookup(
     _unusedIndexFile.reset();
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixIndex);
   } else {
-    const auto lineOf = [&records](uint32_t codepoint) -> const QNUnicodeConcreteData* {
-      const auto found = std::lower_bound(
-          records.begin(), records.end(), codepoint,
-          [](const QNUnicodeConcreteData* record, uint32_t c) { return record->codepoint() < c; });
-      return found != records.end() && (*found)->codepoint() == codepoint ? *found : nullptr;
+    const auto lineOf = [&](uint32_t codepoint) -> const QNUnicodeConcreteData* {
+      const auto found = std::lower_bound(codepoints.begin(), codepoints.end(), codepoint);
+      if (found == codepoints.end() || *found != codepoint) return nullptr;
+      return records[static_cast<size_t>(found - codepoints.begin())];
     };
     std::unordered_multimap<uint32_t, std::u16string_view> namesWithKeys;
     const std::u16string_view all = *_unusedIndexFile->text;
