@@ -14,6 +14,7 @@
 
 namespace {
 
+using qnunicode::detail::FileHead;
 using qnunicode::detail::MappedFile;
 
 // Version lines are looked for only this far into a file.
@@ -145,6 +146,22 @@ std::optional<QNUnicodeDataFileInfo> QNUnicodeDatabase::unicodeDataFileInfoForFi
 
 // ---- Versions of one file ---------------------------------------------------------------------
 
+namespace {
+
+// Visits where each match of the marker ends, for matches that start before the span's end
+// minus the marker's length; the search goes on after each match.
+template <typename Visit>
+void forEachMarker(std::string_view span, std::string_view marker, Visit visit) {
+  if (span.size() <= marker.size()) return;
+  const size_t lastStart = span.size() - marker.size();
+  for (size_t p = span.find(marker); p != std::string_view::npos && p < lastStart;
+       p = span.find(marker, p + marker.size())) {
+    visit(p + marker.size());
+  }
+}
+
+}  // namespace
+
 std::optional<UnicodeString> QNUnicodeDatabase::versionFromFilename(
     const std::string& path, std::u16string_view filePrefix) {
   return versionFromName(path, qnunicode::toUTF8(filePrefix));
@@ -158,18 +175,26 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::s
   if (path.empty()) return versions;
   const std::string prefix = qnunicode::toUTF8(filePrefix);
 
-  const MappedFile file(path);
-  if (file.isMapped()) {
-    const std::string_view bytes = file.bytes();
+  // The head of the file holds the header; a line that runs past it has the file mapped.
+  const FileHead head(path, 4 * headerSpanLength);
+  if (head.isRead()) {
+    std::string_view bytes = head.bytes();
+    std::optional<MappedFile> file;
+    const auto lineEnd = [&](size_t from) {
+      size_t end = bytes.find('\n', from);
+      if (end == std::string_view::npos && !head.isWholeFile() && !file) {
+        file.emplace(path);
+        if (file->isMapped()) bytes = file->bytes();
+        end = bytes.find('\n', from);
+      }
+      return end == std::string_view::npos ? bytes.size() : end;
+    };
     const std::string_view header = bytes.substr(0, headerSpanLength);
 
     // Unihan headers: "Unicode version:" then blanks, then the version up to a tab, line feed or
     // space. Matches are looked for only before the span's end minus the marker's length.
-    if (isUnihan && header.size() > unihanVersionMarker.size()) {
-      const size_t lastStart = header.size() - unihanVersionMarker.size();
-      for (size_t p = 0; p < lastStart; ++p) {
-        if (header.compare(p, unihanVersionMarker.size(), unihanVersionMarker) != 0) continue;
-        size_t start = p + unihanVersionMarker.size();
+    if (isUnihan) {
+      forEachMarker(header, unihanVersionMarker, [&](size_t start) {
         while (start < header.size() && (header[start] == '\t' || header[start] == ' ')) ++start;
         size_t end = start;
         while (end < header.size() && header[end] != '\t' && header[end] != '\n' &&
@@ -179,14 +204,12 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::s
         if (auto version = qnunicode::decodeUTF8(header.substr(start, end - start))) {
           addVersion(versions, std::move(*version));
         }
-        p += unihanVersionMarker.size() - 1;
-      }
+      });
     }
 
     // UCD files begin with a comment line naming the file with its version.
     if (bytes.size() >= 2 && bytes[0] == '#' && bytes[1] == ' ') {
-      std::string_view firstLine = bytes.substr(2);
-      firstLine = firstLine.substr(0, firstLine.find('\n'));
+      const std::string_view firstLine = bytes.substr(2, lineEnd(2) - 2);
       if (qnunicode::decodeUTF8(firstLine)) {
         if (auto version = versionFromName(firstLine, prefix))
           addVersion(versions, std::move(*version));
@@ -195,18 +218,11 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::s
 
     // Names list headers: "@@@<tab>The Unicode Standard " and the version to the line's end,
     // which may lie past the header span.
-    if (header.size() > namesListVersionMarker.size()) {
-      const size_t lastStart = header.size() - namesListVersionMarker.size();
-      for (size_t p = 0; p < lastStart; ++p) {
-        if (header.compare(p, namesListVersionMarker.size(), namesListVersionMarker) != 0) continue;
-        const size_t start = p + namesListVersionMarker.size();
-        size_t end = bytes.find('\n', start);
-        if (end == std::string_view::npos) end = bytes.size();
-        addVersion(versions, completedNamesListVersion(
-                                 qnunicode::decodeLatin1(bytes.substr(start, end - start))));
-        p += namesListVersionMarker.size() - 1;
-      }
-    }
+    forEachMarker(header, namesListVersionMarker, [&](size_t start) {
+      const size_t end = lineEnd(start);
+      addVersion(versions, completedNamesListVersion(
+                               qnunicode::decodeLatin1(bytes.substr(start, end - start))));
+    });
   }
 
   if (auto version = versionFromName(path, prefix)) addVersion(versions, std::move(*version));
@@ -215,6 +231,7 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::s
 
 std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnicodeFile(const std::string& path,
                                                                     const QNInfoValue* md5Array) {
+  if (!md5Array || !md5Array->list()) return {};  // no pairs to compare: the file is not read
   const MappedFile file(path);
   if (!file.isMapped()) return {};
   return versionsFromUnicodeFileData(file.bytes(), md5Array);
@@ -239,6 +256,7 @@ std::vector<UnicodeString> QNUnicodeDatabase::versionsFromUnicodeFileDigest(
 
 std::vector<UnicodeString> QNUnicodeDatabase::versionsOfUnihanFile(const std::string& path,
                                                                    const QNInfoValue* md5Array) {
+  if (!md5Array || !md5Array->list()) return {};  // no pairs to compare: the file is not read
   const MappedFile file(path);
   if (!file.isMapped()) return {};
   const UnicodeString name = qnunicode::fromUTF8(QNAdditions::lastPathComponent(path));

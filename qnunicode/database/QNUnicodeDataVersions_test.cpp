@@ -38,6 +38,7 @@ TEST(QNUnicodeDataVersionsTest, VersionsFromNamesAndHeaders) {
       // First line "# <name or path>", then the file's own name; each version once.
       {"Blocks-6.1.0.txt", "# Blocks-6.0.0.txt\n# Date\n", {u"6.0.0", u"6.1.0"}},
       {B, "# " + std::string(2000, 'x') + "/Blocks-4.1.0.txt\n", {u"4.1.0"}},
+      {B, "# " + std::string(9000, 'x') + "/Blocks-4.1.0.txt\n" + pad, {u"4.1.0"}},
       {B, "#Blocks-6.0.0.txt\n", {}}, {B, "# Blocks-6.0.0.txt\r\n", {}},
       {B, "# \xE9/Blocks-6.0.0.txt\n", {}}, {"Blocks-.txt", "# Blocks-.txt\n", {}},
       {"Blocks-6.1.0.TXT", "", {}}, {"MyBlocks-6.1.0.txt", "", {}},
@@ -49,6 +50,8 @@ TEST(QNUnicodeDataVersionsTest, VersionsFromNamesAndHeaders) {
       {B, at + "5.2\n" + at + "6.0.0\n" + at + "5.2.0\n", {u"5.2.0", u"6.0.0"}}, {B, at, {}},
       {B, "@@@ The Unicode Standard 5.2\n@@@\tthe unicode standard 5.2\n", {}},
       {B, span.substr(1) + at + "4.0\n" + pad, {u"4.0.0"}}, {B, span + at + "4.0\n" + pad, {}},
+      {B, at + std::string(9000, '7') + "\n" + pad, {UnicodeString(9000, u'7')}},
+      {B, at + "4." + std::string(9000, '7'), {u"4." + UnicodeString(9000, u'7') + u".0"}},
       // Unihan version lines: blanks skipped, ended by a tab, space or line feed (not a return).
       {U, uv + " 15.0.0\n#\n", {u"15.0.0"}, true}, {U, uv + " 15.0.0\n#\n", {}, false},
       {U, uv + "\t \t5.2.0\tx\n", {u"5.2.0"}, true}, {U, uv + " 5.2.0\r x\n", {u"5.2.0\r"}, true},

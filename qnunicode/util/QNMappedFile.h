@@ -28,4 +28,22 @@ class MappedFile {
   bool _isMapped = false;
 };
 
+// The first bytes of a regular file, read into a buffer of its own, for a look at a file's start
+// (cheaper than a mapping, whose removal interrupts every core). What is read at all follows the
+// rules of MappedFile.
+class FileHead {
+ public:
+  FileHead(const std::string& path, size_t limit);
+
+  bool isRead() const { return _isRead; }
+  std::string_view bytes() const { return _bytes; }
+  // Whether the bytes are all the file holds.
+  bool isWholeFile() const { return _isWholeFile; }
+
+ private:
+  std::string _bytes;
+  bool _isRead = false;
+  bool _isWholeFile = false;
+};
+
 }  // namespace qnunicode::detail
