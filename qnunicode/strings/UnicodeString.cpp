@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace qnunicode {
 
 namespace {
@@ -153,11 +157,28 @@ UnicodeString decodeLatin1(std::string_view bytes) {
   return out;
 }
 
-// Four units go at a time, as 16-bit lanes of one number: a lane is a capital letter when adding
-// 0x80 - 'A' sets its bit 7 and adding 0x80 - 'Z' - 1 does not.
+// Eight units go at a time with SSE2 (every x86-64 has it); elsewhere four, as 16-bit lanes of
+// one number: a lane is a capital letter when adding 0x80 - 'A' sets its bit 7 and adding
+// 0x80 - 'Z' - 1 does not.
 bool writeASCIILowercase(std::u16string_view text, char* out) {
-  constexpr uint64_t kLanes = 0x0001000100010001u;
   size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i beyondASCII = _mm_set1_epi16(static_cast<short>(0xFF80));
+  const __m128i beforeA = _mm_set1_epi16('A' - 1), afterZ = _mm_set1_epi16('Z' + 1);
+  const __m128i caseBit = _mm_set1_epi16(0x20);
+  for (; i + 8 <= text.size(); i += 8, out += 8) {
+    __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, beyondASCII),
+                                          _mm_setzero_si128())) != 0xFFFF) {
+      return false;
+    }
+    const __m128i capital =
+        _mm_and_si128(_mm_cmpgt_epi16(units, beforeA), _mm_cmplt_epi16(units, afterZ));
+    units = _mm_add_epi16(units, _mm_and_si128(capital, caseBit));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(units, units));
+  }
+#endif
+  constexpr uint64_t kLanes = 0x0001000100010001u;
   for (; std::endian::native == std::endian::little && i + 4 <= text.size(); i += 4, out += 4) {
     uint64_t lanes;
     std::memcpy(&lanes, text.data() + i, 8);
