@@ -168,8 +168,8 @@ bool writeASCIILowercase(std::u16string_view text, char* out) {
   const __m128i caseBit = _mm_set1_epi16(0x20);
   for (; i + 8 <= text.size(); i += 8, out += 8) {
     __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, beyondASCII),
-                                          _mm_setzero_si128())) != 0xFFFF) {
+    if (_mm_movemask_epi8(
+            _mm_cmpeq_epi16(_mm_and_si128(units, beyondASCII), _mm_setzero_si128())) != 0xFFFF) {
       return false;
     }
     const __m128i capital =
