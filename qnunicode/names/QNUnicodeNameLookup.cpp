@@ -271,6 +271,41 @@ void storeKeys(QNUnicodeNameLookup& lookup, QNUnicodeNameLookup* withoutUnihan,
   if (withoutUnihan && withoutUnihan != &lookup) withoutUnihan->setCodepointsForKeys(keys);
 }
 
+// The keys of UnicodeData's lines in file order, handed over a run of lines at a time: a Unicode
+// 1.0 name's key (for a few lines) before the name's own, each run's keys written into one
+// buffer that is reused from run to run.
+template <typename VisitRun>
+void forEachUnicodeDataKeyRun(std::span<const QNUnicodeConcreteData* const> records,
+                              VisitRun visitRun) {
+  constexpr size_t kRun = 64;
+  std::vector<char16_t> units;
+  std::vector<QNUnicodeNameLookup::KeyAndCodepoint> run;
+  run.reserve(2 * kRun);
+  for (size_t first = 0; first < records.size(); first += kRun) {
+    const auto part = records.subspan(first, std::min(kRun, records.size() - first));
+    size_t longest = 0;
+    for (const QNUnicodeConcreteData* record : part) {
+      longest += record->storedUnicode1Name().size() + record->storedCharacterName().size() +
+                 2 * kLongestCodeSuffix;
+    }
+    if (units.size() < longest) units.resize(longest);
+    char16_t* out = units.data();
+    run.clear();
+    const auto add = [&](const QNUnicodeConcreteData::StoredText& name, uint32_t codepoint) {
+      const size_t length = writeNameKey(out, name, codepoint);
+      run.push_back({{out, length}, codepoint});
+      out += length;
+    };
+    for (const QNUnicodeConcreteData* record : part) {
+      const uint32_t codepoint = record->codepoint();
+      const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
+      if (unicode1Name.size() != 0) add(unicode1Name, codepoint);
+      add(record->storedCharacterName(), codepoint);
+    }
+    visitRun(std::span<const QNUnicodeNameLookup::KeyAndCodepoint>(run));
+  }
+}
+
 std::optional<std::string> fileBytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
@@ -549,38 +584,11 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
   }
 
   if (!_nameLookupContainsDatabase) {
-    // Every record read from the file; the members of First/Last ranges add nothing. The keys
-    // of a run of records are written into one buffer, reused from run to run, and stored in
-    // order: a Unicode 1.0 name's key (for a few records) before the name's own.
-    constexpr size_t kRun = 64;
-    const std::span<const QNUnicodeConcreteData* const> records = _unicodeDataFileRecords;
-    std::vector<char16_t> units;
-    std::vector<QNUnicodeNameLookup::KeyAndCodepoint> run;
-    run.reserve(2 * kRun);
-    _nameLookup->reserve(_nameLookup->size() + records.size() * 17 / 16);
-    for (size_t first = 0; first < records.size(); first += kRun) {
-      const auto part = records.subspan(first, std::min(kRun, records.size() - first));
-      size_t longest = 0;
-      for (const QNUnicodeConcreteData* record : part) {
-        longest += record->storedUnicode1Name().size() + record->storedCharacterName().size() +
-                   2 * kLongestCodeSuffix;
-      }
-      if (units.size() < longest) units.resize(longest);
-      char16_t* out = units.data();
-      run.clear();
-      const auto add = [&](const QNUnicodeConcreteData::StoredText& name,
-                           const QNUnicodeConcreteData& record) {
-        const size_t length = writeNameKey(out, name, record.codepoint());
-        run.push_back({{out, length}, record.codeValue()});
-        out += length;
-      };
-      for (const QNUnicodeConcreteData* record : part) {
-        const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
-        if (unicode1Name.size() != 0) add(unicode1Name, *record);
-        add(record->storedCharacterName(), *record);
-      }
+    // Every record read from the file; the members of First/Last ranges add nothing.
+    _nameLookup->reserve(_nameLookup->size() + _unicodeDataFileRecords.size() * 17 / 16);
+    forEachUnicodeDataKeyRun(_unicodeDataFileRecords, [this](const auto& run) {
       storeKeys(*_nameLookup, _nameLookupWithoutUnihan.get(), run);
-    }
+    });
     _nameLookupContainsDatabase = true;
   }
 
@@ -703,22 +711,17 @@ QNUnicodeDatabase::keysPassingTestWithoutLookup(
   }
 
   auto lookup = std::make_shared<QNUnicodeNameLookup>(kNameLookupCapacity);
-  std::vector<char16_t> units;
-  const auto addIfPassing = [&](const QNUnicodeConcreteData::StoredText& name, uint32_t codepoint) {
-    if (units.size() < name.size() + kLongestCodeSuffix)
-      units.resize(name.size() + kLongestCodeSuffix);
-    const std::u16string_view key(units.data(), writeNameKey(units.data(), name, codepoint));
-    if (test(key)) lookup->setCodepointForKey(codepoint, key);
-  };
-  // The lines' codepoints, in order, for the Index rule's search.
+  // The lines' codepoints, in order, for the Index rule's search: one a line, as they ascend.
   std::vector<uint32_t> codepoints;
   codepoints.reserve(records.size());
-  for (const QNUnicodeConcreteData* record : records) {
-    const uint32_t codepoint = codepoints.emplace_back(record->codepoint());
-    const QNUnicodeConcreteData::StoredText unicode1Name = record->storedUnicode1Name();
-    if (unicode1Name.size() != 0) addIfPassing(unicode1Name, codepoint);
-    addIfPassing(record->storedCharacterName(), codepoint);
-  }
+  forEachUnicodeDataKeyRun(records, [&](const auto& run) {
+    for (const QNUnicodeNameLookup::KeyAndCodepoint& key : run) {
+      if (codepoints.empty() || codepoints.back() != key.codepoint) {
+        codepoints.push_back(key.codepoint);
+      }
+      if (test(key.key)) lookup->setCodepointForKey(key.codepoint, key.key);
+    }
+  });
 
   if (reading.valid()) {
     _unusedIndexFile = reading.get();
