@@ -10,7 +10,7 @@ packages=(
   libicu-dev libidn-dev libidn2-dev libplist-dev libuninameslist-dev
   libcli11-dev nlohmann-json3-dev
   unicode-data w3c-sgml-lib bzip2 perl-modules-5.36
-  unicode hyperfine time
+  unicode hyperfine time ccache
 )
 missing=()
 for package in "${packages[@]}"; do

@@ -1,8 +1,6 @@
 // Reading UnicodeData into records and the codepoint index, and looking records up.
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -14,9 +12,9 @@
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/database/QNUnicodeRecordStorage.h"
 #include "qnunicode/records/QNUnicodeDefaultData.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNDigest.h"
 #include "qnunicode/util/QNLog.h"
-#include "qnunicode/util/QNMappedFile.h"
 
 namespace {
 
@@ -32,42 +30,6 @@ constexpr size_t kPageCount = kIndexSlots / kPageSize;
 std::shared_ptr<const QNUnicodeData> unowned(const QNUnicodeData* record) {
   return std::shared_ptr<const QNUnicodeData>(std::shared_ptr<void>(), record);
 }
-
-// The whole content of a file: mapped when it is a regular file, read otherwise.
-class FileBytes {
- public:
-  bool open(const std::string& path) {
-    _mapped = std::make_unique<qnunicode::detail::MappedFile>(path);
-    if (_mapped->isMapped()) return true;
-    _mapped.reset();
-    // Special files are read; a directory fails here.
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    bool ok = true;
-    char chunk[65536];
-    for (;;) {
-      const ssize_t count = ::read(descriptor, chunk, sizeof chunk);
-      if (count <= 0) {
-        ok = count == 0;
-        break;
-      }
-      _read.append(chunk, static_cast<size_t>(count));
-    }
-    ::close(descriptor);
-    return ok;
-  }
-
-  std::string_view bytes() const { return _mapped ? _mapped->bytes() : std::string_view(_read); }
-
-  void release() {
-    _mapped.reset();
-    std::string().swap(_read);
-  }
-
- private:
-  std::unique_ptr<qnunicode::detail::MappedFile> _mapped;
-  std::string _read;
-};
 
 }  // namespace
 
@@ -426,8 +388,8 @@ bool QNUnicodeDatabase::readDatabase() {
   _bidirectionalCategoryValues.clear();
 
   const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixUnicodeData);
-  FileBytes file;
-  if (!path || !file.open(*path)) {
+  qnunicode::detail::DataFile file(path, qnunicode::detail::DataFile::Check::None);
+  if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixUnicodeData);
     return false;
   }

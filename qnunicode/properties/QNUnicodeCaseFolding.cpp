@@ -4,7 +4,7 @@
 #include <array>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
@@ -260,7 +260,7 @@ std::shared_ptr<const QNUnicodeCaseFoldingTable> QNUnicodeDatabase::caseFolding(
 void QNUnicodeDatabase::readCaseFolding() {
   auto table = std::make_shared<QNUnicodeCaseFoldingTable>();
   _caseFolding = table;
-  const qnunicode::detail::UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCaseFolding));
+  const qnunicode::detail::DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCaseFolding));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixCaseFolding);
     // The empty table stays: the file is not looked for again.

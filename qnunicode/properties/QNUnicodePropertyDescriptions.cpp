@@ -6,7 +6,7 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
@@ -97,7 +97,7 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
   // (and, unlike the other data files, goes unreported).
   _propertyValueAliases = std::make_shared<QNUnicodePropertyValueAliases>();
   QNUnicodePropertyValueAliases& table = *_propertyValueAliases;
-  const qnunicode::detail::UTF8DataFile file(
+  const qnunicode::detail::DataFile file(
       filenameWithPrefix(QNUnicodeFilePrefixPropertyValueAliases));
   if (!file.isReadable()) return false;
 

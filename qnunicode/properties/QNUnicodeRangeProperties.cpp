@@ -7,7 +7,7 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeBlockTable.h"
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/properties/QNUnicodeIntervalIndex.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/properties/QNUnicodePropertyTable.h"
@@ -19,7 +19,7 @@
 
 using qnunicode::QNUTF8Scanner;
 using qnunicode::detail::LineCursor;
-using qnunicode::detail::UTF8DataFile;
+using qnunicode::detail::DataFile;
 
 namespace {
 
@@ -107,7 +107,7 @@ std::shared_ptr<const QNUnicodePrefixTree> QNUnicodeDatabase::lineBreaks() {
 void QNUnicodeDatabase::readBlocks() {
   // The table exists before the file is looked for: a missing file leaves it empty for good.
   _blocks = std::make_shared<QNUnicodeBlockTable>();
-  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixBlocks));
+  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixBlocks));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixBlocks);
     return;
@@ -132,7 +132,7 @@ void QNUnicodeDatabase::readBlocks() {
 
 std::shared_ptr<QNUnicodePropertyTable> QNUnicodeDatabase::readPropListOrScriptsFile(
     std::u16string_view prefix) {
-  const UTF8DataFile file(filenameWithPrefix(prefix));
+  const DataFile file(filenameWithPrefix(prefix));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(lastPathComponent(prefix));
     return nullptr;
@@ -312,7 +312,7 @@ void QNUnicodeDatabase::readLineBreaks() {
   _lineBreaks.reset();
   _lineBreakIndex = std::make_shared<const qnunicode::detail::IntervalIndex>(
       std::vector<uint32_t>{0}, std::vector<uint32_t>{kUnsetLineBreak});
-  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixLineBreak));
+  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixLineBreak));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixLineBreak);
     return;

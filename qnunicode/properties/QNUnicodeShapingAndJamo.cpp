@@ -8,14 +8,14 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 
 using qnunicode::detail::LineCursor;
-using qnunicode::detail::UTF8DataFile;
+using qnunicode::detail::DataFile;
 
 // ---- Jamo ----------------------------------------------------------------------------------
 
@@ -26,7 +26,7 @@ std::shared_ptr<const QNUnicodeJamoShortNames> QNUnicodeDatabase::jamoShortNames
 
 void QNUnicodeDatabase::readJamoShortNames() {
   _jamoShortNames = std::make_shared<QNUnicodeJamoShortNames>();
-  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixJamo));
+  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixJamo));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixJamo);
     return;
@@ -62,7 +62,7 @@ std::shared_ptr<const std::vector<uint32_t>> QNUnicodeDatabase::compositionExclu
 void QNUnicodeDatabase::readCompositionExclusions() {
   _compositionExclusions = std::make_shared<std::vector<uint32_t>>();
   _compositionExclusions->reserve(200);
-  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCompositionExclusions));
+  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCompositionExclusions));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixCompositionExclusions);
     return;
@@ -85,7 +85,7 @@ std::shared_ptr<const QNUnicodeArabicShapings> QNUnicodeDatabase::arabicShapings
 
 void QNUnicodeDatabase::readArabicShapings() {
   _arabicShapings = std::make_shared<QNUnicodeArabicShapings>();
-  const UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixArabicShaping));
+  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixArabicShaping));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixArabicShaping);
     return;

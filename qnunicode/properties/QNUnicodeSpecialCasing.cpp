@@ -4,7 +4,7 @@
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNScanner.h"
 
@@ -91,7 +91,7 @@ void QNUnicodeDatabase::readSpecialCasings() {
   auto table = std::make_shared<QNUnicodeSpecialCasings>();
   table->reserve(100);
   _specialCasings = table;
-  const qnunicode::detail::UTF8DataFile file(filenameWithPrefix(QNUnicodeFilePrefixSpecialCasing));
+  const qnunicode::detail::DataFile file(filenameWithPrefix(QNUnicodeFilePrefixSpecialCasing));
   if (!file.isReadable()) {
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixSpecialCasing);
     // The empty table stays: the file is not looked for again.

@@ -1,11 +1,6 @@
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNExceptions.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
@@ -102,32 +97,7 @@ std::optional<UnicodeString> UTF8RepresentationOfCodepoint(uint32_t codepoint,
 }
 
 std::optional<UnicodeString> stringWithContentsOfUTF8File(const std::string& path) {
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return std::nullopt;
-  struct stat status;
-  if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
-    ::close(descriptor);
-    return std::nullopt;
-  }
-  // One read of the whole file; the size is a hint only, so a file that grows is read to its end.
-  std::string bytes;
-  bytes.resize(S_ISREG(status.st_mode) ? static_cast<size_t>(status.st_size) + 1 : 1 << 16);
-  size_t used = 0;
-  bool ok = true;
-  for (;;) {
-    if (used == bytes.size()) bytes.resize(bytes.size() * 2);
-    const ssize_t got = ::read(descriptor, bytes.data() + used, bytes.size() - used);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) {
-      ok = got == 0;
-      break;
-    }
-    used += static_cast<size_t>(got);
-  }
-  ::close(descriptor);
-  if (!ok) return std::nullopt;
-  bytes.resize(used);
-  return qnunicode::decodeUTF8(bytes);
+  return qnunicode::detail::DataFile(path).text();
 }
 
 uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool higherPlanes) {

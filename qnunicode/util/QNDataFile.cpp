@@ -1,9 +1,12 @@
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
-#include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/strings/UnicodeString.h"
 #include "qnunicode/util/QNMappedFile.h"
 
@@ -61,25 +64,73 @@ bool isWellFormedUTF8(std::string_view bytes) {
   return true;
 }
 
-UTF8DataFile::UTF8DataFile(const std::optional<std::string>& path) {
+namespace {
+
+// Reads a file that does not map (a pipe, a device) to its end; false when it cannot be opened
+// or a read fails. A directory fails here.
+bool readWholeFile(const std::string& path, std::string* bytes) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  bool ok = true;
+  char chunk[65536];
+  for (;;) {
+    const ssize_t count = ::read(descriptor, chunk, sizeof chunk);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) {
+      ok = count == 0;
+      break;
+    }
+    bytes->append(chunk, static_cast<size_t>(count));
+  }
+  ::close(descriptor);
+  return ok;
+}
+
+}  // namespace
+
+DataFile::DataFile(const std::optional<std::string>& path, Check check) {
   if (!path) return;
   _mapped = std::make_unique<MappedFile>(*path);
   if (_mapped->isMapped()) {
     _bytes = _mapped->bytes();
-    _isReadable = isWellFormedUTF8(_bytes);
-    return;
+  } else {
+    _mapped.reset();
+    if (!readWholeFile(*path, &_read)) return;
+    _bytes = _read;
   }
-  // Not a regular file that maps (a pipe, say): read the way every text file is read. What
-  // decodes strictly encodes back to the same bytes.
-  _mapped.reset();
-  const std::optional<UnicodeString> text = QNUnicode::stringWithContentsOfUTF8File(*path);
-  if (!text) return;
-  _read = qnunicode::toUTF8(*text);
-  _bytes = _read;
-  _isReadable = true;
+  _isReadable = check == Check::None || isWellFormedUTF8(_bytes);
 }
 
-UTF8DataFile::~UTF8DataFile() = default;
+DataFile::~DataFile() = default;
+
+DataFile::DataFile(DataFile&& other) noexcept {
+  *this = std::move(other);
+}
+
+DataFile& DataFile::operator=(DataFile&& other) noexcept {
+  if (this == &other) return *this;
+  _mapped = std::move(other._mapped);
+  // Unmapped bytes are always the read buffer, whose moved storage may be its small in-object
+  // one: the view is taken anew.
+  _read = std::move(other._read);
+  _bytes = _mapped ? _mapped->bytes() : std::string_view(_read);
+  _isReadable = other._isReadable;
+  other._bytes = {};
+  other._isReadable = false;
+  return *this;
+}
+
+std::optional<UnicodeString> DataFile::text() const {
+  if (!_isReadable) return std::nullopt;
+  return decodeUTF8(_bytes);
+}
+
+void DataFile::release() {
+  _mapped.reset();
+  std::string().swap(_read);
+  _bytes = {};
+  _isReadable = false;
+}
 
 bool LineCursor::next(std::string_view* line) {
   if (_isDone) return false;

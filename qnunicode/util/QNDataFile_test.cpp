@@ -1,4 +1,4 @@
-#include "qnunicode/properties/QNUnicodeDataFileBytes.h"
+#include "qnunicode/util/QNDataFile.h"
 
 #include <gtest/gtest.h>
 
@@ -13,13 +13,13 @@ namespace {
 
 using qnunicode::detail::isWellFormedUTF8;
 using qnunicode::detail::LineCursor;
-using qnunicode::detail::UTF8DataFile;
+using qnunicode::detail::DataFile;
 
 // Random byte strings of well-formed sequences of the edge codepoints of each length and of
 // single bytes where well-formedness is decided (the bounds of the lead and second bytes), after
 // an ASCII run of random length so that the checks start at every offset of the 64- and 8-byte
 // steps: the check must accept exactly what the strict decoder does.
-TEST(QNUnicodeDataFileBytes, WellFormedExactlyWhereTheStrictDecoderSucceeds) {
+TEST(QNDataFile, WellFormedExactlyWhereTheStrictDecoderSucceeds) {
   const unsigned char bytes[] = {0x00, 0x0A, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F,
                                  0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF, 0xE0, 0xE1,
                                  0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF4, 0xF5, 0xFF};
@@ -47,7 +47,7 @@ TEST(QNUnicodeDataFileBytes, WellFormedExactlyWhereTheStrictDecoderSucceeds) {
   EXPECT_TRUE(isWellFormedUTF8(""));
 }
 
-TEST(QNUnicodeDataFileBytes, LinesAreThePiecesBetweenLineFeeds) {
+TEST(QNDataFile, LinesAreThePiecesBetweenLineFeeds) {
   for (std::string_view text : {"", "\n", "a", "a\n", "\n\nb", "a\r\nb\n\n", "no line feed"}) {
     const UnicodeString text16 = qnunicode::utf16FromUTF8(text);
     const std::vector<std::u16string_view> expected = qnunicode::splitAt(text16, u'\n');
@@ -60,12 +60,12 @@ TEST(QNUnicodeDataFileBytes, LinesAreThePiecesBetweenLineFeeds) {
   }
 }
 
-TEST(QNUnicodeDataFileBytes, FilesThatCannotBeReadOrAreNotUTF8AreUnreadable) {
+TEST(QNDataFile, FilesThatCannotBeReadOrAreNotUTF8AreUnreadable) {
   qnunicode::testing::ScratchDirectory scratch;
-  const UTF8DataFile good(scratch.write("good.txt", "0041; \xC3\xA9\n"));
+  const DataFile good(scratch.write("good.txt", "0041; \xC3\xA9\n"));
   ASSERT_TRUE(good.isReadable());
   EXPECT_EQ(good.bytes(), "0041; \xC3\xA9\n");
-  const UTF8DataFile empty(scratch.write("empty.txt", ""));
+  const DataFile empty(scratch.write("empty.txt", ""));
   EXPECT_TRUE(empty.isReadable());
   EXPECT_TRUE(empty.bytes().empty());
   for (const std::optional<std::string>& path :
@@ -73,7 +73,7 @@ TEST(QNUnicodeDataFileBytes, FilesThatCannotBeReadOrAreNotUTF8AreUnreadable) {
         std::optional(scratch.path() + "/absent.txt"),
         std::optional(scratch.write("truncated.txt", "0041; \xC3")),
         std::optional(scratch.write("surrogate.txt", "\xED\xA0\x80"))}) {
-    EXPECT_FALSE(UTF8DataFile(path).isReadable()) << path.value_or("(none)");
+    EXPECT_FALSE(DataFile(path).isReadable()) << path.value_or("(none)");
   }
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "qnunicode/strings/UnicodeString.h"
+
 namespace qnunicode::detail {
 
 class MappedFile;
@@ -15,20 +17,32 @@ class MappedFile;
 // decodeUTF8 accepts.
 bool isWellFormedUTF8(std::string_view bytes);
 
-// The bytes of one data file for a reader that goes through them once, mapped when the file can
-// be mapped and read otherwise. A file that cannot be read, or is not well-formed UTF-8, is
-// unreadable: the reader treats it as missing, just as when it decodes the whole text.
-class UTF8DataFile {
+// The one reading path of the library's data files: a file's whole content, mapped when it is a
+// regular file and read otherwise (a pipe, a device). Readers of UCD text files ask for a check
+// that the bytes are well-formed UTF-8: a file that fails it, or cannot be read at all, is
+// unreadable, and the reader treats it as missing. Readers that judge each line on its own (the
+// UnicodeData parser) ask for the bytes as they are.
+class DataFile {
  public:
+  enum class Check {
+    WellFormedUTF8,  // unreadable unless isWellFormedUTF8 holds for the whole file
+    None,            // any bytes
+  };
+
   // No path is an unreadable file.
-  explicit UTF8DataFile(const std::optional<std::string>& path);
-  ~UTF8DataFile();
-  UTF8DataFile(const UTF8DataFile&) = delete;
-  UTF8DataFile& operator=(const UTF8DataFile&) = delete;
+  explicit DataFile(const std::optional<std::string>& path, Check check = Check::WellFormedUTF8);
+  ~DataFile();
+  DataFile(DataFile&&) noexcept;
+  DataFile& operator=(DataFile&&) noexcept;
 
   bool isReadable() const { return _isReadable; }
-  // Valid while the object lives.
+  // Valid while the object lives and until release().
   std::string_view bytes() const { return _bytes; }
+  // The UTF-16 text of the bytes for readers that scan UTF-16; none when unreadable or (without
+  // the check) not well-formed UTF-8.
+  std::optional<UnicodeString> text() const;
+  // Gives back the mapping or buffer at once; the file is unreadable afterwards.
+  void release();
 
  private:
   std::unique_ptr<MappedFile> _mapped;
