@@ -11,6 +11,7 @@
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/normalization/QNUnicodeHangulConstants.h"
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 
 // The hot helpers of the normalization loop are always inlined into it.
 #define QN_HOT_INLINE __attribute__((always_inline)) inline
@@ -53,28 +54,15 @@ QN_HOT_INLINE size_t skipUnitsBelow(const char16_t* units, size_t position, size
   return position;
 }
 
-QN_HOT_INLINE bool isSurrogate(char16_t unit) {
-  return (unit & 0xF800) == 0xD800;
-}
-
 struct Decoded {
   uint32_t codepoint;
   size_t next;
 };
 
-// The codepoint walk: a high surrogate followed by a low one is a pair; any other surrogate is a
-// codepoint of its own value, and an unpaired high surrogate that has a unit after it passes
-// over that unit too.
+// One step of the codepoint walk at `index`, with the offset where the walk goes on.
 QN_HOT_INLINE Decoded decodeAt(const char16_t* units, size_t length, size_t index) {
-  const char16_t unit = units[index];
-  if ((unit & 0xFC00) == 0xD800 && index + 1 < length) {
-    const char16_t low = units[index + 1];
-    if ((low & 0xFC00) == 0xDC00) {
-      return {((static_cast<uint32_t>(unit & 0x3FF) << 10) | (low & 0x3FF)) + 0x10000, index + 2};
-    }
-    return {unit, index + 2};
-  }
-  return {unit, index + 1};
+  const UTF16Codepoint step = codepointWalkStep(units, length, index);
+  return {step.codepoint, index + step.length};
 }
 
 // Stable insertion sort by class; answers the number of adjacent swaps an exchange sort makes.
@@ -283,14 +271,8 @@ class UTF16Sink {
     _buffered = 0;
   }
   QN_HOT_INLINE void write(uint32_t codepoint) {
-    if (codepoint <= 0xFFFF) {
-      _buffer[_buffered++] = static_cast<char16_t>(codepoint);
-    } else {
-      // Values above 0x10FFFF (only from a malformed mapping) lose their excess bits.
-      const uint32_t v = codepoint - 0x10000;
-      _buffer[_buffered++] = static_cast<char16_t>(0xD800 | ((v >> 10) & 0x3FF));
-      _buffer[_buffered++] = static_cast<char16_t>(0xDC00 | (v & 0x3FF));
-    }
+    // Values above 0x10FFFF (only from a malformed mapping) lose their excess bits.
+    _buffered = static_cast<size_t>(writeUTF16(_buffer + _buffered, codepoint) - _buffer);
   }
 
   UnicodeString& _text;
