@@ -395,6 +395,14 @@ class QNUnicodeDatabase {
   };
   FileVersionSurvey surveyDataFileVersions() const;
   void checkDataFileVersionIntegrity(FileVersionSurvey survey);
+  // The stages of readDatabase (database/QNUnicodeDatabaseLoading.cpp): the members made ready
+  // for a read, the file's lines parsed and taken in (while the survey for the integrity check
+  // is made), and the file's versions settled from its digest and its header.
+  class UnicodeDataIntake;
+  bool prepareUnicodeDataRead();
+  FileVersionSurvey parseUnicodeData(std::string_view data, UnicodeDataIntake& intake);
+  void settleUnicodeDataVersions(const std::string& path,
+                                 const std::function<UnicodeString()>& digest);
   // The Index file decoded and split into names before any of it reaches the lookup. Reading
   // it touches nothing but the file, so the lookup has it read on another thread while it takes
   // in UnicodeData's names.

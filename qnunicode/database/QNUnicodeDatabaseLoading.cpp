@@ -361,11 +361,177 @@ void QNUnicodeDatabase::IndexDeleter::operator()(const QNUnicodeData** index) co
   ::munmap(static_cast<void*>(index), kIndexBytes);
 }
 
+// What UnicodeData's records add to the database, taken in one at a time in file order: the
+// record lists, the index slots, the First/Last ranges, the category sets and the composition
+// pairs.
+class QNUnicodeDatabase::UnicodeDataIntake {
+ public:
+  explicit UnicodeDataIntake(QNUnicodeDatabase& database)
+      : _database(database),
+        _index(database._databaseIndex.get()),
+        _storage(*database._recordStorage) {}
+
+  // Takes in a part's records with their log lines: a line's own log lines come before those
+  // of what it adds.
+  void takePart(const ParsedLines& part) {
+    auto logLine = part.logLines.begin();
+    auto logLinesUpTo = [&](size_t line) {
+      for (; logLine != part.logLines.end() && logLine->first <= line; ++logLine) {
+        QNLog(logLine->second);
+      }
+    };
+    for (size_t line = 0; line < part.records.size(); ++line) {
+      logLinesUpTo(line);
+      ++_database._unicodeDataLineCount;
+      take(*part.records[line]);
+    }
+    logLinesUpTo(part.records.size());
+  }
+
+  // The ranges whose members are made when first asked for, handed on once all is read.
+  std::vector<qnunicode::detail::OnDemandRecords::LazyRange> takeLazyRanges() {
+    return std::move(_lazyRanges);
+  }
+
+ private:
+  void take(const QNUnicodeConcreteData& record) {
+    takeRangeBoundary(record);
+    addToLists(record);
+    addCategories(record);
+    // A later line with the same codepoint takes the slot; both records stay in the list.
+    const uint32_t codepoint = record.codepoint();
+    if (codepoint <= kLastCodepoint) {
+      _index[codepoint] = &record;
+      _slotsWrittenBelow = std::max<uint64_t>(_slotsWrittenBelow, uint64_t{codepoint} + 1);
+    }
+    addCompositionPair(record);
+  }
+
+  // The line after a First line closes the range when it is its Last line; either way the First
+  // line is no longer pending, and this line cannot open a range itself.
+  void takeRangeBoundary(const QNUnicodeConcreteData& record) {
+    if (!_pendingFirst) {
+      if (record.characterNameHasSuffix(u", First>")) _pendingFirst = &record;
+      return;
+    }
+    if (record.characterNameHasSuffix(u", Last>")) addRange(*_pendingFirst, record.codepoint());
+    _pendingFirst = nullptr;
+  }
+
+  // Members for every codepoint strictly between First and Last that has a slot: made when first
+  // asked for where nothing read before competes for their slots, made now otherwise.
+  void addRange(const QNUnicodeConcreteData& firstRecord, uint32_t last) {
+    const uint32_t first = firstRecord.codepoint();
+    _database._identicalPropertyRanges.push_back({first, last - first});
+    const uint64_t interiorFirst = uint64_t{first} + 1;
+    const uint64_t end = std::min<uint64_t>(last, uint64_t{kLastCodepoint} + 1);
+    if (interiorFirst < end && interiorFirst >= _slotsWrittenBelow) {
+      _lazyRanges.push_back({&firstRecord, static_cast<uint32_t>(interiorFirst),
+                             static_cast<uint32_t>(end), _database._allUnicodeData.size()});
+      _slotsWrittenBelow = end;
+      return;
+    }
+    const std::shared_ptr<const QNUnicodeData> reference = unowned(&firstRecord);
+    for (uint64_t member = interiorFirst; member < end; ++member) {
+      const QNUnicodePointerData& made =
+          _storage.rangeMembers.emplace_back(static_cast<uint32_t>(member), reference);
+      _index[member] = &made;
+      _database._allUnicodeData.push_back(&made);
+    }
+    _slotsWrittenBelow = std::max(_slotsWrittenBelow, end);
+  }
+
+  void addToLists(const QNUnicodeConcreteData& record) {
+    _database._allUnicodeData.push_back(&record);
+    std::vector<const QNUnicodeConcreteData*>& fileRecords = _database._unicodeDataFileRecords;
+    if (!fileRecords.empty() && record.codepoint() <= fileRecords.back()->codepoint()) {
+      _database._unicodeDataLinesAscend = false;
+    }
+    fileRecords.push_back(&record);
+  }
+
+  // Neighbouring lines mostly share their categories: the sets are asked only on a change.
+  void addCategories(const QNUnicodeConcreteData& record) {
+    UnicodeString bidirectionalCategory = record.bidirectionalCategory();
+    if (bidirectionalCategory != _lastBidirectionalCategory) {
+      _database._bidirectionalCategoryValues.insert(bidirectionalCategory);
+      _lastBidirectionalCategory = std::move(bidirectionalCategory);
+    }
+    UnicodeString generalCategory = record.generalCategory();
+    if (generalCategory != _lastGeneralCategory) {
+      _database._generalCategoryValues.insert(generalCategory);
+      _lastGeneralCategory = std::move(generalCategory);
+    }
+  }
+
+  // A canonical mapping of two codepoints is a pair that may compose; singletons never do.
+  void addCompositionPair(const QNUnicodeConcreteData& record) {
+    if (!record.canonicalMapping()) return;
+    const uint32_t codepoint = record.codepoint();
+    const std::optional<std::span<const uint32_t>> mapping =
+        record.characterDecompositionMappingArray();
+    const size_t count = mapping ? mapping->size() : 0;
+    if (count == 2) {
+      std::unordered_map<uint32_t, uint32_t>& seconds = _database._mappingDictionary[(*mapping)[0]];
+      if (!seconds.emplace((*mapping)[1], codepoint).second) {
+        QNLogFormat("mapping exists for %u %u", (*mapping)[0], (*mapping)[1]);
+      }
+    } else if (count != 1) {
+      QNLogFormat("illegal mapping count: %lu for codepoint: %u", static_cast<unsigned long>(count),
+                  codepoint);
+    }
+  }
+
+  QNUnicodeDatabase& _database;
+  const QNUnicodeData** const _index;
+  RecordStorage& _storage;
+  const QNUnicodeConcreteData* _pendingFirst = nullptr;
+  std::optional<UnicodeString> _lastGeneralCategory, _lastBidirectionalCategory;
+  std::vector<qnunicode::detail::OnDemandRecords::LazyRange> _lazyRanges;
+  // The highest slot written so far, plus one: a range whose interior starts there or above can
+  // be filled lazily, since nothing read before it competes for its slots.
+  uint64_t _slotsWrittenBelow = 0;
+};
+
 bool QNUnicodeDatabase::readDatabase() {
+  if (!prepareUnicodeDataRead()) return false;
+  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixUnicodeData);
+  qnunicode::detail::DataFile file(path, qnunicode::detail::DataFile::Check::None);
+  if (!file.isReadable()) {
+    notifyDelegateOfMissingFile(QNUnicodeFilePrefixUnicodeData);
+    return false;
+  }
+  const std::string_view data = file.bytes();
+  // The digest that dates the file is worked out on a second thread while the lines are parsed.
+  std::future<UnicodeString> digest;
+  if (unicodeDataMD5Array()) {
+    digest = std::async(std::launch::async, [data] { return QNAdditions::md5HexString(data); });
+  }
+  UnicodeDataIntake intake(*this);
+  FileVersionSurvey survey = parseUnicodeData(data, intake);
+  settleUnicodeDataVersions(*path, [&digest] { return digest.get(); });
+  // Joins the digest's thread when no pair asked for it.
+  digest = {};
+  file.release();
+
+  std::vector<qnunicode::detail::OnDemandRecords::Range> ranges;
+  ranges.reserve(_identicalPropertyRanges.size());
+  for (const IdenticalPropertyRange& range : _identicalPropertyRanges) {
+    ranges.push_back({range.location, range.length});
+  }
+  _onDemandRecords = std::make_shared<qnunicode::detail::OnDemandRecords>(
+      _databaseIndex.get(), std::move(ranges), intake.takeLazyRanges(),
+      _recordStorage->rangeMembers);
+
+  _isDatabaseRead = true;
+  checkDataFileVersionIntegrity(std::move(survey));
+  return true;
+}
+
+bool QNUnicodeDatabase::prepareUnicodeDataRead() {
   _isDatabaseRead = false;
   _unicodeDataLineCount = 0;
   _unicodeDataLinesAscend = true;
-
   if (!_databaseIndex) {
     _allUnicodeData = std::vector<const QNUnicodeData*>();
     _allUnicodeData.reserve(250000);
@@ -379,127 +545,22 @@ bool QNUnicodeDatabase::readDatabase() {
     _databaseIndex.reset(slots);
     _recordStorage = std::make_shared<RecordStorage>();
   }
-
   _mappingDictionary = QNUnicodeMappingDictionary();
   _mappingDictionary.reserve(1000);
   _identicalPropertyRanges.clear();
   _identicalPropertyRanges.reserve(15);
   _generalCategoryValues.clear();
   _bidirectionalCategoryValues.clear();
+  return true;
+}
 
-  const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixUnicodeData);
-  qnunicode::detail::DataFile file(path, qnunicode::detail::DataFile::Check::None);
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixUnicodeData);
-    return false;
-  }
-
-  const QNUnicodeData** index = _databaseIndex.get();
+// The lines are parsed here and on a helper thread, and taken in here in file order as their
+// stretches are ready. The helper first reads the versions of the other data files for the
+// integrity check, unless this thread got there first, having parsed everything.
+QNUnicodeDatabase::FileVersionSurvey QNUnicodeDatabase::parseUnicodeData(
+    std::string_view data, UnicodeDataIntake& intake) {
   RecordStorage& storage = *_recordStorage;
-  const std::string_view data = file.bytes();
-  // The digest that dates the file is worked out on a second thread while the lines are parsed.
-  std::future<UnicodeString> digest;
-  if (unicodeDataMD5Array()) {
-    digest = std::async(std::launch::async, [data] { return QNAdditions::md5HexString(data); });
-  }
   const char* const sentinel = data.data() + data.size();
-  const QNUnicodeConcreteData* pendingFirst = nullptr;
-  std::optional<UnicodeString> lastGeneralCategory, lastBidirectionalCategory;
-  std::vector<qnunicode::detail::OnDemandRecords::LazyRange> lazyRanges;
-  // The highest slot written so far, plus one: a range whose interior starts there or above can
-  // be filled lazily, since nothing read before it competes for its slots.
-  uint64_t slotsWrittenBelow = 0;
-
-  // What a line adds to the index, the ranges and the tables, in file order.
-  auto take = [&](const QNUnicodeConcreteData& record) {
-    const uint32_t codepoint = record.codepoint();
-
-    if (pendingFirst) {
-      // The line after a First line closes the range when it is its Last line; either way the
-      // First line is no longer pending, and this line cannot open a range itself.
-      if (record.characterNameHasSuffix(u", Last>")) {
-        const uint32_t first = pendingFirst->codepoint();
-        _identicalPropertyRanges.push_back({first, codepoint - first});
-        // Members for every codepoint strictly between First and Last that has a slot.
-        const uint64_t interiorFirst = uint64_t{first} + 1;
-        const uint64_t end = std::min<uint64_t>(codepoint, uint64_t{kLastCodepoint} + 1);
-        if (interiorFirst < end && interiorFirst >= slotsWrittenBelow) {
-          lazyRanges.push_back({pendingFirst, static_cast<uint32_t>(interiorFirst),
-                                static_cast<uint32_t>(end), _allUnicodeData.size()});
-          slotsWrittenBelow = end;
-        } else {
-          const std::shared_ptr<const QNUnicodeData> reference = unowned(pendingFirst);
-          for (uint64_t member = interiorFirst; member < end; ++member) {
-            const QNUnicodePointerData& made =
-                storage.rangeMembers.emplace_back(static_cast<uint32_t>(member), reference);
-            index[member] = &made;
-            _allUnicodeData.push_back(&made);
-          }
-          slotsWrittenBelow = std::max(slotsWrittenBelow, end);
-        }
-      }
-      pendingFirst = nullptr;
-    } else if (record.characterNameHasSuffix(u", First>")) {
-      pendingFirst = &record;
-    }
-
-    _allUnicodeData.push_back(&record);
-    if (!_unicodeDataFileRecords.empty() &&
-        codepoint <= _unicodeDataFileRecords.back()->codepoint())
-      _unicodeDataLinesAscend = false;
-    _unicodeDataFileRecords.push_back(&record);
-    // Neighbouring lines mostly share their categories: the sets are asked only on a change.
-    UnicodeString bidirectionalCategory = record.bidirectionalCategory();
-    if (bidirectionalCategory != lastBidirectionalCategory) {
-      _bidirectionalCategoryValues.insert(bidirectionalCategory);
-      lastBidirectionalCategory = std::move(bidirectionalCategory);
-    }
-    UnicodeString generalCategory = record.generalCategory();
-    if (generalCategory != lastGeneralCategory) {
-      _generalCategoryValues.insert(generalCategory);
-      lastGeneralCategory = std::move(generalCategory);
-    }
-    // A later line with the same codepoint takes the slot; both records stay in the list.
-    if (codepoint <= kLastCodepoint) {
-      index[codepoint] = &record;
-      slotsWrittenBelow = std::max<uint64_t>(slotsWrittenBelow, uint64_t{codepoint} + 1);
-    }
-
-    if (record.canonicalMapping()) {
-      const std::optional<std::span<const uint32_t>> mapping =
-          record.characterDecompositionMappingArray();
-      const size_t count = mapping ? mapping->size() : 0;
-      if (count == 2) {
-        std::unordered_map<uint32_t, uint32_t>& seconds = _mappingDictionary[(*mapping)[0]];
-        if (!seconds.emplace((*mapping)[1], codepoint).second) {
-          QNLogFormat("mapping exists for %u %u", (*mapping)[0], (*mapping)[1]);
-        }
-      } else if (count != 1) {  // singletons never compose
-        QNLogFormat("illegal mapping count: %lu for codepoint: %u",
-                    static_cast<unsigned long>(count), codepoint);
-      }
-    }
-  };
-  // Takes in a part's records with their log lines: a line's own log lines come before those
-  // of what it adds.
-  auto takePart = [&](const ParsedLines& part) {
-    auto logLine = part.logLines.begin();
-    auto logLinesUpTo = [&](size_t line) {
-      for (; logLine != part.logLines.end() && logLine->first <= line; ++logLine) {
-        QNLog(logLine->second);
-      }
-    };
-    for (size_t line = 0; line < part.records.size(); ++line) {
-      logLinesUpTo(line);
-      ++_unicodeDataLineCount;
-      take(*part.records[line]);
-    }
-    logLinesUpTo(part.records.size());
-  };
-
-  // The lines are parsed here and on a helper thread, and taken in here in file order as their
-  // stretches are ready. The helper first reads the versions of the other data files for the
-  // integrity check, unless this thread got there first, having parsed everything.
   StretchedParse parse(data, stretchCount(data));
   const StretchedParse::Workspace workspace{storage.fileRecords, storage.fileFields};
   std::optional<FileVersionSurvey> survey;
@@ -516,7 +577,7 @@ bool QNUnicodeDatabase::readDatabase() {
   }
   for (size_t i = 0; i < parse.size(); ++i) {
     const ParsedLines& part = parse.parsed(i, workspace);
-    takePart(part);
+    intake.takePart(part);
     if (part.dataEnded) {
       parse.stop();
       break;
@@ -524,36 +585,26 @@ bool QNUnicodeDatabase::readDatabase() {
     if (i + 1 < parse.size() && part.end != parse.start(i + 1)) {
       // A line ran across into the next stretch: the rest is parsed here in one go.
       parse.stop();
-      takePart(parseLines(part.end, sentinel, sentinel, storage.fileRecords, storage.fileFields));
+      intake.takePart(
+          parseLines(part.end, sentinel, sentinel, storage.fileRecords, storage.fileFields));
       break;
     }
   }
   takeSurvey();
   if (helper.valid()) helper.get();
+  return survey ? std::move(*survey) : surveyDataFileVersions();
+}
 
-  _unicodeDataVersions =
-      versionsFromUnicodeFileDigest([&digest] { return digest.get(); }, unicodeDataMD5Array());
-  // Joins the digest's thread when no pair asked for it.
-  digest = {};
-  for (UnicodeString& version : versionsOfUnicodeFile(*path, QNUnicodeFilePrefixUnicodeData)) {
+// The versions that dating the file by its digest gives, then those its header lines name.
+void QNUnicodeDatabase::settleUnicodeDataVersions(const std::string& path,
+                                                  const std::function<UnicodeString()>& digest) {
+  _unicodeDataVersions = versionsFromUnicodeFileDigest(digest, unicodeDataMD5Array());
+  for (UnicodeString& version : versionsOfUnicodeFile(path, QNUnicodeFilePrefixUnicodeData)) {
     if (std::find(_unicodeDataVersions.begin(), _unicodeDataVersions.end(), version) ==
         _unicodeDataVersions.end()) {
       _unicodeDataVersions.push_back(std::move(version));
     }
   }
-  file.release();
-
-  std::vector<qnunicode::detail::OnDemandRecords::Range> ranges;
-  ranges.reserve(_identicalPropertyRanges.size());
-  for (const IdenticalPropertyRange& range : _identicalPropertyRanges) {
-    ranges.push_back({range.location, range.length});
-  }
-  _onDemandRecords = std::make_shared<qnunicode::detail::OnDemandRecords>(
-      index, std::move(ranges), std::move(lazyRanges), storage.rangeMembers);
-
-  _isDatabaseRead = true;
-  checkDataFileVersionIntegrity(survey ? std::move(*survey) : surveyDataFileVersions());
-  return true;
 }
 
 // ---- Lookup -------------------------------------------------------------------------------------
