@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "qnunicode/names/QNUnicodeNameLookup.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNLog.h"
 
@@ -84,6 +85,13 @@ void QNUnicodeDatabase::notifyDelegateOfMissingFile(std::u16string_view prefix) 
   const std::shared_ptr<QNUnicodeDatabaseDelegate> delegate = _delegate;
   if (delegate && delegate->unicodeDatabase(*this, prefix)) return;
   QNLogFormat("QNUnicodeDatabase could not find file '%s'", qnunicode::logText(prefix).c_str());
+}
+
+qnunicode::detail::DataFile QNUnicodeDatabase::openDataFile(std::u16string_view prefix,
+                                                            std::u16string_view notifiedName) {
+  qnunicode::detail::DataFile file(filenameWithPrefix(prefix));
+  if (!file.isReadable()) notifyDelegateOfMissingFile(notifiedName.empty() ? prefix : notifiedName);
+  return file;
 }
 
 // ---- Data-file lookup -----------------------------------------------------------------------

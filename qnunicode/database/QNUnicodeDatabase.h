@@ -39,6 +39,7 @@ class OnDemandRecords;
 class DefaultBidirectionalCodes;
 class NormalizationTables;
 class IntervalIndex;
+class DataFile;
 }  // namespace qnunicode::detail
 
 // Data-file prefixes: every data file is found by the beginning of its file name.
@@ -173,6 +174,14 @@ class QNUnicodeDatabase {
   static std::vector<std::string> validAliasResolvedDirectories(
       const std::vector<std::string>& paths);
   void notifyDelegateOfMissingFile(std::u16string_view prefix);
+  // Every reader of a lazily read table starts here: the prefix's file looked up and opened
+  // (well-formed UTF-8 or unreadable), after the missing-file notification (naming
+  // `notifiedName`, the prefix when empty) an unreadable one when there is no such file or it
+  // cannot be read. A table that is read once is made before its reader calls this, so that a
+  // missing file leaves it empty for good; a retrying table is set only once its file is read,
+  // so that every later use looks for the file again.
+  qnunicode::detail::DataFile openDataFile(std::u16string_view prefix,
+                                           std::u16string_view notifiedName = {});
 
   bool isUnihanAvailable() const { return _isUnihanAvailable; }
 

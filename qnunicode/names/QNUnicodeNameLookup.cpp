@@ -7,7 +7,6 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <iterator>
@@ -19,8 +18,8 @@
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
-#include "qnunicode/util/QNMappedFile.h"
 #include "qnunicode/util/QNScanner.h"
 
 namespace {
@@ -289,14 +288,6 @@ void forEachUnicodeDataKeyRun(std::span<const QNUnicodeConcreteData* const> reco
   }
 }
 
-std::optional<std::string> fileBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) return std::nullopt;
-  return bytes;
-}
-
 }  // namespace
 
 // ---- The map ----------------------------------------------------------------------------------
@@ -468,19 +459,11 @@ std::unique_ptr<QNUnicodeIndexFile> QNUnicodeDatabase::readIndexFile() const {
   const QNLogHold hold(index->logLines);
   const std::optional<std::string> path = filenameWithPrefix(QNUnicodeFilePrefixIndex);
   if (!path) return index;
-  // A regular file is decoded from its mapped bytes; anything else is read the long way.
   std::optional<UnicodeString>& text = index->text;
-  const qnunicode::detail::MappedFile file(*path);
-  std::optional<std::string> bytes;
-  if (file.isMapped()) {
-    text = qnunicode::decodeUTF8(file.bytes());
-    if (!text) bytes.emplace(file.bytes());
-  } else {
-    text = QNUnicode::stringWithContentsOfUTF8File(*path);
-    if (!text) bytes = fileBytes(*path);
-  }
-  if (!text && bytes) {
-    text = qnunicode::decodeASCIILossy(*bytes);
+  const qnunicode::detail::DataFile file(*path, qnunicode::detail::DataFile::Check::None);
+  if (file.isReadable()) text = qnunicode::decodeUTF8(file.bytes());
+  if (!text && file.isReadable()) {
+    text = qnunicode::decodeASCIILossy(file.bytes());
     QNLogFormat(
         "QNUnicode warning: file at path '%s' is invalid UTF-8. using lossy ASCII encoding "
         "for reading",

@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "qnunicode/strings/QNTextPrimitives.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
-#include "qnunicode/util/QNMappedFile.h"
 
 using qnunicode::QNScanner;
-using qnunicode::detail::MappedFile;
+using qnunicode::detail::DataFile;
 using Entry = QNUnicodeNamesList_CharEntry;
 
 namespace {
@@ -259,15 +259,14 @@ using qnunicode::detail::NamesListBuilder;
 
 std::shared_ptr<QNUnicodeNamesListEntries> QNUnicodeNamesList_CharEntry::readNamesListAtPath(
     const std::optional<std::string>& path) {
-  std::optional<MappedFile> file;
-  if (path) file.emplace(*path);
+  const DataFile file(path, DataFile::Check::None);
   // The lines are counted in 32 bits: a file beyond that is not a names list.
-  if (!file || !file->isMapped() || file->bytes().size() > std::numeric_limits<uint32_t>::max()) {
+  if (!file.isReadable() || file.bytes().size() > std::numeric_limits<uint32_t>::max()) {
     QNLogFormat("%s:%u could not open path '%s'", sourceFileName(), __LINE__,
                 path ? path->c_str() : "<nil>");
     return nullptr;
   }
-  const std::string_view bytes = file->bytes();
+  const std::string_view bytes = file.bytes();
 
   // Latin-1 unless the first line is a comment that names UTF-8. A first line that is not valid
   // UTF-8 itself cannot be read for the charset and counts as UTF-8.

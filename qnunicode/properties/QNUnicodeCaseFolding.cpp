@@ -255,9 +255,8 @@ std::shared_ptr<const QNUnicodeCaseFoldingTable> QNUnicodeDatabase::caseFolding(
 void QNUnicodeDatabase::readCaseFolding() {
   auto table = std::make_shared<QNUnicodeCaseFoldingTable>();
   _caseFolding = table;
-  const qnunicode::detail::DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCaseFolding));
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixCaseFolding);
   if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCaseFolding);
     // The empty table stays: the file is not looked for again.
     table->prepareLookups();
     return;

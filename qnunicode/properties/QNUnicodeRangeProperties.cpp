@@ -7,19 +7,19 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeBlockTable.h"
-#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/properties/QNUnicodeIntervalIndex.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/properties/QNUnicodePropertyTable.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/NotFound.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 #include "qnunicode/util/QNUnicodePrefixTree.h"
 
 using qnunicode::QNUTF8Scanner;
-using qnunicode::detail::LineCursor;
 using qnunicode::detail::DataFile;
+using qnunicode::detail::LineCursor;
 
 namespace {
 
@@ -107,11 +107,8 @@ std::shared_ptr<const QNUnicodePrefixTree> QNUnicodeDatabase::lineBreaks() {
 void QNUnicodeDatabase::readBlocks() {
   // The table exists before the file is looked for: a missing file leaves it empty for good.
   _blocks = std::make_shared<QNUnicodeBlockTable>();
-  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixBlocks));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixBlocks);
-    return;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixBlocks);
+  if (!file.isReadable()) return;
   QNUnicodeBlockTable::Map entries;
   // A line without ".." or without a last codepoint keeps the last codepoint of the line before.
   uint32_t last = 0;
@@ -132,11 +129,8 @@ void QNUnicodeDatabase::readBlocks() {
 
 std::shared_ptr<QNUnicodePropertyTable> QNUnicodeDatabase::readPropListOrScriptsFile(
     std::u16string_view prefix) {
-  const DataFile file(filenameWithPrefix(prefix));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(lastPathComponent(prefix));
-    return nullptr;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(prefix, lastPathComponent(prefix));
+  if (!file.isReadable()) return nullptr;
   QNUnicodePropertyTable::Map sets;
   // Lines of one name come in runs, so the set of the line before is kept at hand.
   std::string_view previousName;
@@ -312,11 +306,8 @@ void QNUnicodeDatabase::readLineBreaks() {
   _lineBreaks.reset();
   _lineBreakIndex = std::make_shared<const qnunicode::detail::IntervalIndex>(
       std::vector<uint32_t>{0}, std::vector<uint32_t>{kUnsetLineBreak});
-  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixLineBreak));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixLineBreak);
-    return;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixLineBreak);
+  if (!file.isReadable()) return;
   // One scanner over the whole text that skips nothing, so the searches for ";" and "#" run on
   // past the end of a line that lacks them.
   std::vector<LineBreakRange> ranges;

@@ -8,14 +8,14 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
-#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 
-using qnunicode::detail::LineCursor;
 using qnunicode::detail::DataFile;
+using qnunicode::detail::LineCursor;
 
 // ---- Jamo ----------------------------------------------------------------------------------
 
@@ -26,11 +26,8 @@ std::shared_ptr<const QNUnicodeJamoShortNames> QNUnicodeDatabase::jamoShortNames
 
 void QNUnicodeDatabase::readJamoShortNames() {
   _jamoShortNames = std::make_shared<QNUnicodeJamoShortNames>();
-  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixJamo));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixJamo);
-    return;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixJamo);
+  if (!file.isReadable()) return;
   LineCursor lines(file.bytes());
   for (std::string_view line; lines.next(&line);) {
     if (!line.empty() && line.front() == '#') continue;
@@ -62,11 +59,8 @@ std::shared_ptr<const std::vector<uint32_t>> QNUnicodeDatabase::compositionExclu
 void QNUnicodeDatabase::readCompositionExclusions() {
   _compositionExclusions = std::make_shared<std::vector<uint32_t>>();
   _compositionExclusions->reserve(200);
-  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixCompositionExclusions));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixCompositionExclusions);
-    return;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixCompositionExclusions);
+  if (!file.isReadable()) return;
   LineCursor lines(file.bytes());
   for (std::string_view line; lines.next(&line);) {
     qnunicode::QNUTF8Scanner scanner(line);
@@ -85,11 +79,8 @@ std::shared_ptr<const QNUnicodeArabicShapings> QNUnicodeDatabase::arabicShapings
 
 void QNUnicodeDatabase::readArabicShapings() {
   _arabicShapings = std::make_shared<QNUnicodeArabicShapings>();
-  const DataFile file(filenameWithPrefix(QNUnicodeFilePrefixArabicShaping));
-  if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixArabicShaping);
-    return;
-  }
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixArabicShaping);
+  if (!file.isReadable()) return;
   // Each line is made a record from its UTF-16 form, in one buffer used again for every line.
   UnicodeString buffer;
   LineCursor lines(file.bytes());

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNScanner.h"
 
 namespace {
@@ -91,9 +91,8 @@ void QNUnicodeDatabase::readSpecialCasings() {
   auto table = std::make_shared<QNUnicodeSpecialCasings>();
   table->reserve(100);
   _specialCasings = table;
-  const qnunicode::detail::DataFile file(filenameWithPrefix(QNUnicodeFilePrefixSpecialCasing));
+  const qnunicode::detail::DataFile file = openDataFile(QNUnicodeFilePrefixSpecialCasing);
   if (!file.isReadable()) {
-    notifyDelegateOfMissingFile(QNUnicodeFilePrefixSpecialCasing);
     // The empty table stays: the file is not looked for again.
     return;
   }
