@@ -109,11 +109,12 @@ void appendOrderedBytes(std::string& bytes, char16_t unit) {
   qnunicode::appendUTF8(bytes, unit);
 }
 
-// Sorts keys of a lookup without regard to case: compared unit by unit after lower-casing, keys
-// that differ only in case ordered by their units. Composed and decomposed forms are not
-// unified.
+// Sorts keys of a lookup without regard to case and to the difference between composed and
+// decomposed forms: compared unit by unit after lower-casing and canonical decomposition (NFD),
+// keys that compare equal so ordered by their units.
 //
-// Each key's sort key, its lower-cased form laid out as bytes that compare like its units, is
+// Each key's sort key, its lower-cased decomposed form laid out as bytes that compare like its
+// units, is
 // made once, all in one buffer. The sort goes through the sort keys eight bytes at a time (a
 // three-way radix quicksort): the keys are split by their word at one depth into smaller,
 // equal and greater ones, and only the equal ones go on to the next word, so that the long
@@ -135,7 +136,11 @@ class NameKeySorter {
       _bytes.resize(offset + 4 + key.size());
       if (!qnunicode::writeASCIILowercase(key, _bytes.data() + offset + 4)) {
         _bytes.resize(offset + 4);
+        // Beyond ASCII (never in UnicodeData's names), canonically equivalent keys get one sort
+        // key. Without records nothing decomposes but by the Hangul arithmetic, which leaves
+        // names alone.
         caseMap(readDatabase, key, false, lowered);
+        if (readDatabase) lowered = readDatabase->normalizationFormDForString(lowered);
         for (char16_t u : lowered) appendOrderedBytes(_bytes, u);
       }
       const auto length = static_cast<uint32_t>(_bytes.size() - offset - 4);

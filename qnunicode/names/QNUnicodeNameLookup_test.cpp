@@ -145,15 +145,16 @@ TEST(NameLookup, IndexKeysDependOnWhatWasReadFirstAndSortIgnoringCase) {
               ElementsAre(missing + "UnicodeData'", missing + "UnicodeData'", missing + "Index'",
                           missing + "Index'", lossy, lossy,
                           "WARNING: _nameLookupContainsIndex == YES in -readIndex", lossy));
-  // Ordered as if lower-cased (accents too), keys that differ only in case by their units.
+  // Ordered as if lower-cased (accents too) and decomposed, so that "é" sorts as "e" and a
+  // combining acute; keys that differ only in case by their units.
   UnicodeString keys;
   for (std::u16string_view k : *sorted) keys += UnicodeString(k) + u"\n";
   EXPECT_EQ(
       keys,
-      u" spaced [U+0041]\n_under [U+005F]\nBACKSLASH [U+005C]\nLatin alphabet [U+0041]\n"
+      u" spaced [U+0041]\n_under [U+005F]\nBACKSLASH [U+005C]\n\u00C9CU [U+00E9]\n"
+      u"\u00E9lan [U+00E9]\n\u00C9T\u00C9 [U+00E9]\nLatin alphabet [U+0041]\n"
       u"LATIN CAPITAL LETTER E WITH ACUTE [U+00C9]\nLATIN SMALL LETTER E WITH ACUTE [U+00E9]\n"
-      u"REVERSE SOLIDUS [U+005C]\nZeta [U+007A]\nzeta [U+007A]\n\u00C9CU [U+00E9]\n"
-      u"\u00E9lan [U+00E9]\n\u00C9T\u00C9 [U+00E9]\n");
+      u"REVERSE SOLIDUS [U+005C]\nZeta [U+007A]\nzeta [U+007A]\n");
   EXPECT_THAT(names(*database.indexNames(), 0x41),
               ElementsAre(u"Latin alphabet", u"Latin alphabet", u" spaced"));
   EXPECT_THAT(database.indexNames()->codepoints(), ElementsAre(0x41, 0x5C, 0x5F, 0x7A, 0xE9));
@@ -223,7 +224,9 @@ TEST(NameLookup, SortedKeysAreThePlainCaseBlindSortOfTheKeys) {
   qnunicode::testing::ScratchDirectory scratch;
   scratch.write("UnicodeData.txt", kUnicodeData);
   std::mt19937 random(11);
-  const std::string letters[] = {"a", "A", "b", "B", " ", "\xC3\x89", "\xC3\xA9", "z", "-"};
+  // É and é beside e and a combining acute: keys of both forms that are canonically equivalent.
+  const std::string letters[] = {"a",        "A", "b", "B", " ", "\xC3\x89",
+                                 "\xC3\xA9", "z", "-", "e", "E", "\xCC\x81"};
   std::string index;
   for (int line = 0; line < 3000; ++line) {
     std::string name = line % 3 ? std::string(random() % 40, 'a') : "";
@@ -237,14 +240,23 @@ TEST(NameLookup, SortedKeysAreThePlainCaseBlindSortOfTheKeys) {
     }
     index += name + "\t0041\n";
   }
+  index +=
+      "\xC3\xA9"
+      "a\t0041\ne\xCC\x81"
+      "b\t0041\n\xC3\xA9"
+      "c\t0041\n";
   scratch.write("Index.txt", index);
   QNUnicodeDatabase database({scratch.path()}, {});
   const auto sorted = database.sortedNameLookupKeys();
   const auto lookup = database.nameLookup();
   ASSERT_TRUE(sorted && lookup && lookup->size() > 2000);
+  // Lower-cased, then decomposed as UnicodeData above decomposes é.
   const auto lowered = [](std::u16string_view key) {
-    UnicodeString text(key);
-    for (char16_t& u : text) u = (u >= u'A' && u <= u'Z') || u == u'\u00C9' ? u + 32 : u;
+    UnicodeString text;
+    for (char16_t u : key) {
+      u = (u >= u'A' && u <= u'Z') || u == u'\u00C9' ? u + 32 : u;
+      text += u == u'\u00E9' ? UnicodeString(u"e\u0301") : UnicodeString(1, u);
+    }
     return text;
   };
   std::vector<UnicodeString> expected;
@@ -254,6 +266,13 @@ TEST(NameLookup, SortedKeysAreThePlainCaseBlindSortOfTheKeys) {
     return lowerA != lowerB ? lowerA < lowerB : a < b;
   });
   EXPECT_TRUE(std::ranges::equal(*sorted, expected));
+  // Composed and decomposed forms sort together, told apart by their units only when all else is
+  // equal.
+  const auto at = [&](const UnicodeString& name) {
+    return std::find(sorted->begin(), sorted->end(), name + u" [U+0041]") - sorted->begin();
+  };
+  ASSERT_LT(at(u"\u00E9a"), at(u"e\u0301b"));
+  ASSERT_LT(at(u"e\u0301b"), at(u"\u00E9c"));
 }
 
 TEST(RealNameLookup, KeysIndexNamesAndSortedKeysFollowTheFiles) {

@@ -12,7 +12,7 @@ UnicodeString matchableUnicodePropertyString(std::u16string_view s) {
   for (char16_t unit : s) {
     if (unit != u' ' && unit != u'-' && unit != u'_') kept.push_back(unit);
   }
-  return qnunicode::detail::lowercasedString(kept);
+  return qnunicode::detail::fullLowercasedString(kept);
 }
 
 bool isEqualToUnicodePropertyString(std::u16string_view s, std::u16string_view other) {

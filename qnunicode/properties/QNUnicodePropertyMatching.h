@@ -10,8 +10,9 @@
 // spell in several ways ("Old_Italic", "Old Italic", "old-italic").
 namespace QNUnicode {
 
-// The string without its blanks (U+0020), hyphen-minus signs and low lines, then lower-cased
-// whatever the user's locale. No other character is removed.
+// The string without its blanks (U+0020), hyphen-minus signs and low lines, then given its full
+// lower-case mapping whatever the user's locale ("İ" becomes "i" and a combining dot above). No
+// other character is removed.
 UnicodeString matchableUnicodePropertyString(std::u16string_view s);
 
 // True when both matchable forms are equal unit for unit.

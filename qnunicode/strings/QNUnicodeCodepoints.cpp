@@ -86,8 +86,9 @@ uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool high
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromCharacterOffset,
                           int32_t* nextCodepointCharacterOffset) {
   const int64_t length = static_cast<int64_t>(s.size());
-  // A negative offset (the -1 that ends a walk) or a negative index has no codepoint either.
-  if (length <= fromCharacterOffset || fromCharacterOffset < 0 || index < 0) {
+  // A negative offset (the -1 that ends a walk) has no codepoint either. A negative index steps
+  // zero times.
+  if (length <= fromCharacterOffset || fromCharacterOffset < 0) {
     throwIndexOutOfRange(index);
   }
   size_t position = static_cast<size_t>(fromCharacterOffset);
@@ -216,13 +217,22 @@ UnicodeString stringByInsertingString(std::u16string_view s, std::u16string_view
   }
   if (atCodepointIndex > 0) unitOffsetOfCodepointIndex(s, atCodepointIndex, &headEnd);
   const int64_t tailStart = static_cast<int64_t>(atCodepointIndex) + (replace ? 1 : 0);
-  if (tailStart < 0) throwIndexOutOfRange(static_cast<int32_t>(tailStart));
+  // The walk steps zero times for a negative index, so each negative index of the tail copies
+  // the first codepoint; in an empty string the first of them has no codepoint to give.
+  if (tailStart < 0 && count == 0) throwIndexOutOfRange(static_cast<int32_t>(tailStart));
+  const size_t repeats = tailStart < 0 ? static_cast<size_t>(-tailStart) : 0;
+  const std::u16string_view first = count ? s.substr(0, codepointAt(s, 0).length) : s;
   size_t tailBegin = s.size();
-  if (tailStart < count) unitOffsetOfCodepointIndex(s, tailStart, &tailBegin);
+  if (tailStart < 0) {
+    tailBegin = 0;
+  } else if (tailStart < count) {
+    unitOffsetOfCodepointIndex(s, tailStart, &tailBegin);
+  }
   UnicodeString result;
-  result.reserve(headEnd + string.size() + (s.size() - tailBegin));
+  result.reserve(headEnd + string.size() + repeats * first.size() + (s.size() - tailBegin));
   result.append(s.substr(0, headEnd));
   result.append(string);
+  for (size_t k = 0; k < repeats; ++k) result.append(first);
   result.append(s.substr(tailBegin));
   return result;
 }

@@ -33,9 +33,9 @@ uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool high
 // The walk: the codepoint `index` codepoints after the code-unit `offset`; *next receives the
 // offset of the following codepoint, or -1 at the end. After an unpaired high surrogate the
 // next offset skips two units (the walk from offset 0 with index 0 never sees the unit after),
-// while counting `index` codepoints steps over it as one. An offset outside the string (the -1
-// included), a negative index or an index past the last codepoint raises the range error with
-// the index.
+// while counting `index` codepoints steps over it as one. A negative index steps zero times. An
+// offset outside the string (the -1 included) or an index past the last codepoint raises the
+// range error with the index.
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromCharacterOffset,
                           int32_t* nextCodepointCharacterOffset = nullptr);
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index);
@@ -64,7 +64,9 @@ UnicodeString stringWithoutTrailingCharactersFromSet(std::u16string_view s,
 
 // The codepoints before the index, the string, then the codepoints from the index on (after
 // the one at the index when replacing). An index past the codepoint count raises the range error
-// with the count; a negative one raises it with the first negative index the copy asks for.
+// with the count. The tail's codepoints are fetched by the walk from the start, so a negative
+// tail index copies the first codepoint once for each index below 0 (in an empty string it
+// raises the range error with that index).
 UnicodeString stringByInsertingString(std::u16string_view s, std::u16string_view string,
                                       int32_t atCodepointIndex, bool replace = false);
 UnicodeString stringByReplacingCodepointAtIndex(std::u16string_view s, int32_t index,

@@ -110,7 +110,12 @@ TEST(Codepoints, EveryOperationAgreesWithIcuOverLoneAndPairedSurrogates) {
         EXPECT_EQ(answered, next < s.size() ? static_cast<int32_t>(next) : -1) << n;
       }
       expectRangeError([&] { codepointAtIndex(s, left, offset); }, left);
-      expectRangeError([&] { codepointAtIndex(s, -1, offset); }, -1);
+      // A negative index steps zero times: the codepoint at the offset, the same next offset.
+      for (int32_t n : {-1, INT32_MIN}) {
+        int32_t answered = 12345;
+        EXPECT_EQ(codepointAtIndex(s, n, offset, &answered), from[0].value);
+        EXPECT_EQ(answered, nextOffset[offset]);
+      }
     }
     for (int32_t n = 0; n < count; ++n) EXPECT_EQ(codepointAtIndex(s, n), icu[n].value);
     // No offset outside the string is read: the end, the walk's -1 and far beyond.
@@ -160,15 +165,23 @@ TEST(Codepoints, EveryOperationAgreesWithIcuOverLoneAndPairedSurrogates) {
       EXPECT_EQ(stringByInsertingString(s, inserted, i, true), replaced);
       EXPECT_EQ(stringByReplacingCodepointAtIndex(s, i, inserted), replaced);
     }
-    // Past the end the head copy fails at the first missing codepoint; below 0 the tail copy
-    // fails at the first negative index it asks for.
+    // Past the end the head copy fails at the first missing codepoint. Below 0 the tail copy
+    // asks the walk for negative indexes, each of which answers the first codepoint; an empty
+    // string has none and fails at the first negative index asked for.
     for (int32_t i : {count + 1, INT32_MAX}) {
       expectRangeError([&] { stringByInsertingString(s, inserted, i); }, count);
       expectRangeError([&] { stringByReplacingCodepointAtIndex(s, i, inserted); }, count);
     }
-    expectRangeError([&] { stringByInsertingString(s, inserted, -1); }, -1);
-    expectRangeError([&] { stringByReplacingCodepointAtIndex(s, -2, inserted); }, -1);
-    expectRangeError([&] { stringByInsertingString(s, inserted, INT32_MIN); }, INT32_MIN);
+    if (count == 0) {
+      expectRangeError([&] { stringByInsertingString(s, inserted, -1); }, -1);
+      expectRangeError([&] { stringByReplacingCodepointAtIndex(s, -2, inserted); }, -1);
+    } else {
+      EXPECT_EQ(stringByInsertingString(s, inserted, -1), inserted + slice(0, 1) + s);
+      EXPECT_EQ(stringByInsertingString(s, inserted, -3),
+                inserted + slice(0, 1) + slice(0, 1) + slice(0, 1) + s);
+      EXPECT_EQ(stringByReplacingCodepointAtIndex(s, -2, inserted), inserted + slice(0, 1) + s);
+      EXPECT_EQ(stringByReplacingCodepointAtIndex(s, -1, inserted), inserted + s);
+    }
     // Every subset of the codepoint indexes, with indexes past the end, which are ignored.
     for (uint32_t subset = 0; subset < (1u << count); ++subset) {
       CodepointIndexSet indexes{static_cast<uint32_t>(count), 1000, 0xFFFFFFFF};
@@ -267,4 +280,14 @@ TEST(CodepointFile, ReadsWholeUTF8FilesStrictly) {
   for (const std::string& unreadable : {scratch.path() + "/missing.txt", scratch.path(), ""s}) {
     EXPECT_EQ(stringWithContentsOfUTF8File(unreadable), std::nullopt) << unreadable;
   }
+}
+
+// The walk steps a negative index zero times, and so inserting and replacing at a negative
+// index copy the first codepoint once for every index below 0 that the tail asks for.
+TEST(Codepoints, NegativeIndexesFollowTheWalk) {
+  EXPECT_EQ(codepointAtIndex(u"A\U0001F600B", -1, 0), 0x41u);
+  EXPECT_EQ(codepointAtIndex(u"A\U0001F600B", -1, 1), 0x1F600u);
+  EXPECT_EQ(stringByInsertingString(u"abc", u"Z", -1), u"Zaabc");
+  EXPECT_EQ(stringByReplacingCodepointAtIndex(u"abc", -2, u"Z"), u"Zaabc");
+  EXPECT_EQ(stringByInsertingString(u"\U0001F600c", u"Z", -2), u"Z\U0001F600\U0001F600\U0001F600c");
 }

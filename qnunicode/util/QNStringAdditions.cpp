@@ -36,15 +36,31 @@ uint32_t lowercaseCodepoint(uint32_t codepoint) {
   return static_cast<uint32_t>(facet->tolower(static_cast<wchar_t>(codepoint)));
 }
 
-UnicodeString lowercasedString(std::u16string_view text) {
+namespace {
+
+UnicodeString lowercased(std::u16string_view text, bool full) {
   UnicodeString result;
   result.reserve(text.size());
   for (size_t i = 0; i < text.size();) {
     const UTF16Codepoint read = codepointAt(text, i);
-    appendUTF16(result, lowercaseCodepoint(read.codepoint));
     i += read.length;
+    if (full && read.codepoint == 0x130) {
+      result.append(u"i\u0307");
+      continue;
+    }
+    appendUTF16(result, lowercaseCodepoint(read.codepoint));
   }
   return result;
+}
+
+}  // namespace
+
+UnicodeString lowercasedString(std::u16string_view text) {
+  return lowercased(text, false);
+}
+
+UnicodeString fullLowercasedString(std::u16string_view text) {
+  return lowercased(text, true);
 }
 
 }  // namespace qnunicode::detail

@@ -74,4 +74,8 @@ namespace qnunicode::detail {
 uint32_t lowercaseCodepoint(uint32_t codepoint);
 // The text with every codepoint replaced by its lowercaseCodepoint, a surrogate pair taken as one.
 UnicodeString lowercasedString(std::u16string_view text);
+// The full lower-case mapping of a text, the same whatever the user's locale: lowercasedString,
+// but U+0130 becomes U+0069 U+0307, the one full mapping without a condition that differs from
+// the simple mapping.
+UnicodeString fullLowercasedString(std::u16string_view text);
 }  // namespace qnunicode::detail
