@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <string_view>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/UnicodeString.h"
 #include "qnunicode/util/CodepointSet.h"
@@ -61,6 +65,32 @@ class PreservedSet {
 // output's length and handed over as the result. Raises QNMallocException "Malloc failed for
 // string of length %lu" when the copy cannot be had.
 UnicodeString workingCopy(std::u16string_view text);
+
+// The value of a hexadecimal digit of either case, or -1 (hexDigitValue through a table).
+inline constexpr std::array<int8_t, 128> kHexDigitValues = [] {
+  std::array<int8_t, 128> values{};
+  for (uint32_t unit = 0; unit < 128; ++unit)
+    values[unit] = static_cast<int8_t>(hexDigitValue(unit));
+  return values;
+}();
+inline int hexValue(char16_t unit) {
+  return unit < 128 ? kHexDigitValues[unit] : -1;
+}
+
+// The position of the first `mark` at or after `from`, or size.
+inline size_t findUnit(const char16_t* text, size_t from, size_t size, char16_t mark) {
+  size_t i = from;
+#if defined(__SSE2__)
+  const __m128i wanted = _mm_set1_epi16(static_cast<short>(mark));
+  for (; i + 8 <= size; i += 8) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i));
+    const int found = _mm_movemask_epi8(_mm_cmpeq_epi16(units, wanted));
+    if (found) return i + (static_cast<unsigned>(__builtin_ctz(static_cast<unsigned>(found))) >> 1);
+  }
+#endif
+  while (i < size && text[i] != mark) ++i;
+  return i;
+}
 
 // Lower-case hexadecimal digits.
 inline constexpr char16_t kLowerHexDigits[] = u"0123456789abcdef";

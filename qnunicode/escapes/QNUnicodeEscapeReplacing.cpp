@@ -7,17 +7,15 @@
 
 #include "qnunicode/escapes/QNEscapeSupport.h"
 #include "qnunicode/escapes/QNUnicodeEscapes.h"
-#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNExceptions.h"
 #include "qnunicode/util/QNLog.h"
-#include "qnunicode/util/QNScanner.h"
 
 namespace QNUnicode {
 
 namespace {
 
-using qnunicode::hexDigitValue;
 using qnunicode::writeUTF16;
+using qnunicode::detail::hexValue;
 
 constexpr size_t kNoPosition = static_cast<size_t>(-1);
 
@@ -35,15 +33,22 @@ struct InPlace {
   // Moves the plain text up to the next `mark` (or the end) to the write position and stops
   // there; answers false at the end.
   bool copyUpTo(char16_t mark) {
-    const char16_t* found = std::char_traits<char16_t>::find(text + read, size - read, mark);
-    const size_t end = found ? static_cast<size_t>(found - text) : size;
-    move(read, end);
+    if (read < size && text[read] == mark) return true;
+    const size_t end = qnunicode::detail::findUnit(text, read, size, mark);
+    if (end != read) move(read, end);
     read = end;
-    return found != nullptr;
+    return end < size;
   }
   // Moves the units [from, to) to the write position.
   void move(size_t from, size_t to) {
-    if (write != from) std::memmove(text + write, text + from, (to - from) * sizeof(char16_t));
+    if (write != from) {
+      // Short pieces (a blank between two escapes) are not worth a call.
+      if (to - from <= 8) {
+        for (size_t i = from; i < to; ++i) text[write + i - from] = text[i];
+      } else {
+        std::memmove(text + write, text + from, (to - from) * sizeof(char16_t));
+      }
+    }
     write += to - from;
   }
   void put(char16_t unit) { text[write++] = unit; }
@@ -58,8 +63,8 @@ struct InPlace {
 
 // The value of four hexadecimal digits at text, or -1 when one of them is not a digit.
 inline int32_t fourHexDigits(const char16_t* text) {
-  const int a = hexDigitValue(text[0]), b = hexDigitValue(text[1]);
-  const int c = hexDigitValue(text[2]), d = hexDigitValue(text[3]);
+  const int a = hexValue(text[0]), b = hexValue(text[1]);
+  const int c = hexValue(text[2]), d = hexValue(text[3]);
   if ((a | b | c | d) < 0) return -1;
   return (a << 12) | (b << 8) | (c << 4) | d;
 }
@@ -129,22 +134,20 @@ std::optional<UnicodeString> stringByReplacingPercentEscapesCountingReplacements
   if (countingReplacements) *countingReplacements = 0xFFFFFFFF;
   InPlace io(s);
   std::string bytes;
-  UnicodeString decoded;
   while (io.copyUpTo(u'%')) {
     // A run of escapes, decoded as one piece of UTF-8.
     bytes.clear();
     while (io.read < io.size && io.text[io.read] == u'%') {
       if (io.size - io.read < 3) return std::nullopt;
-      const int high = hexDigitValue(io.text[io.read + 1]),
-                low = hexDigitValue(io.text[io.read + 2]);
+      const int high = hexValue(io.text[io.read + 1]), low = hexValue(io.text[io.read + 2]);
       if ((high | low) < 0) return std::nullopt;
       bytes.push_back(static_cast<char>((high << 4) | low));
       io.read += 3;
     }
-    if (!qnunicode::detail::isWellFormedUTF8(bytes)) return std::nullopt;
-    qnunicode::assignUTF16FromUTF8(decoded, bytes);
-    std::memcpy(io.text + io.write, decoded.data(), decoded.size() * sizeof(char16_t));
-    io.write += decoded.size();
+    const std::optional<UnicodeString> decoded = qnunicode::decodeUTF8(bytes);
+    if (!decoded) return std::nullopt;
+    std::memcpy(io.text + io.write, decoded->data(), decoded->size() * sizeof(char16_t));
+    io.write += decoded->size();
   }
   return io.finish();
 }
@@ -175,22 +178,21 @@ UnicodeString stringByReplacingC99EscapesEatingJavaUs(std::u16string_view s, boo
     switch (state) {
       case Text:
         if (!io.copyUpTo(u'\\')) break;
+        // The usual complete "\uXXXX" escapes, one after another, without the states.
+        for (int32_t quick; io.size - io.read >= 6 && io.text[io.read + 1] == u'u' &&
+                            (quick = fourHexDigits(io.text + io.read + 2)) >= 0;) {
+          io.put(static_cast<char16_t>(quick));
+          ++replacements;
+          io.read += 6;
+          if (!io.copyUpTo(u'\\')) break;
+        }
+        if (io.read >= io.size) break;
         saved = ++io.read;
         state = Backslash;
         break;
       case Backslash:
         if (unit == u'u') {
           ++io.read;
-          // The usual complete escape in one step; everything else goes through the states.
-          int32_t quick;
-          if (io.size - io.read >= 4 && (quick = fourHexDigits(io.text + io.read)) >= 0) {
-            io.read += 4;
-            io.putCodepoint(static_cast<uint32_t>(quick));
-            ++replacements;
-            saved = kNoPosition;
-            state = Text;
-            break;
-          }
           expected = 4, value = 0;
           state = eatingJavaUs ? EatUs : Digits;
         } else if (unit == u'U' && !eatingJavaUs) {
@@ -216,7 +218,7 @@ UnicodeString stringByReplacingC99EscapesEatingJavaUs(std::u16string_view s, boo
         }
         break;
       case Digits: {
-        const int digit = hexDigitValue(unit);
+        const int digit = hexValue(unit);
         if (digit < 0) {
           fail();
           break;
@@ -295,7 +297,7 @@ UnicodeString stringByReplacingCSSEscapes(std::u16string_view s, uint32_t level,
         }
         break;
       case Hex: {
-        const int digit = hexDigitValue(unit);
+        const int digit = hexValue(unit);
         if (digit < 0) {
           state = Finish;
           break;
