@@ -43,7 +43,8 @@ class PreservedSet {
  public:
   // The set must outlive this object.
   explicit PreservedSet(const CodepointSet* set) : _set(set) {
-    if (!set) return;
+    if (!set || set->empty()) return;
+    _last = set->ranges().back().last;
     for (const auto& range : set->ranges()) {
       if (range.first > 0xFF) break;
       const uint32_t last = range.last < 0xFF ? range.last : 0xFF;
@@ -52,12 +53,14 @@ class PreservedSet {
   }
   bool contains(uint32_t codepoint) const {
     if (codepoint <= 0xFF) return (_low[codepoint >> 6] >> (codepoint & 63)) & 1;
-    return _set && _set->contains(codepoint);
+    // Most sets end in ASCII: nothing above their last member needs the search.
+    return codepoint <= _last && _set->contains(codepoint);
   }
 
  private:
   std::array<uint64_t, 4> _low{};
   const CodepointSet* _set;
+  uint32_t _last = 0;  // the highest member; 0 for an empty set, whose bitmap answers anyway
 };
 
 // The working buffer of a replacing routine: a flat copy of the text's units, decoded in place

@@ -21,11 +21,18 @@ class Output {
   explicit Output(size_t expected) : _text(expected, u'\0') {}
   // Room for `units` more units at the write position.
   char16_t* reserve(size_t units) {
-    if (_text.size() - _write < units) _text.resize(std::max(_text.size() * 2, _write + units));
+    if (_text.size() - _write < units) [[unlikely]]
+      grow(units);
     return _text.data() + _write;
   }
   void append(std::u16string_view units) {
-    std::copy(units.begin(), units.end(), reserve(units.size()));
+    char16_t* out = reserve(units.size());
+    // Short runs (a blank between two escapes) are not worth a call.
+    if (units.size() <= 8) {
+      for (char16_t unit : units) *out++ = unit;
+    } else {
+      std::copy(units.begin(), units.end(), out);
+    }
     _write += units.size();
   }
   void advanceTo(const char16_t* end) { _write = static_cast<size_t>(end - _text.data()); }
@@ -35,6 +42,10 @@ class Output {
   }
 
  private:
+  [[gnu::noinline]] void grow(size_t units) {
+    _text.resize(std::max(_text.size() * 2, _write + units));
+  }
+
   UnicodeString _text;
   size_t _write = 0;
 };
@@ -51,7 +62,9 @@ UnicodeString addEscapes(std::u16string_view s, const CodepointSet& set, uint32_
   size_t runStart = 0;
   size_t position = 0;
   while (position < s.size()) {
-    const WalkStep step = walkStep(s, position);
+    // A unit below the surrogates is a codepoint of its own.
+    const char16_t unit = s[position];
+    const WalkStep step = unit < 0xD800 ? WalkStep{unit, position + 1, 1} : walkStep(s, position);
     const bool isPreserved = preserved.contains(step.codepoint);
     // A preserved codepoint extends the run, unless the walk passes over a unit after it.
     if (isPreserved && step.next == position + step.length) {
@@ -74,7 +87,11 @@ UnicodeString addEscapes(std::u16string_view s, const CodepointSet& set, uint32_
 }
 
 // The UTF-8 bytes of a codepoint, or 0 bytes for a surrogate value, which has no UTF-8 form.
-size_t utf8Bytes(uint32_t codepoint, uint8_t* bytes) {
+inline size_t utf8Bytes(uint32_t codepoint, uint8_t* bytes) {
+  if (codepoint < 0x80) {
+    bytes[0] = static_cast<uint8_t>(codepoint);
+    return 1;
+  }
   if (qnunicode::isSurrogate(codepoint)) return 0;
   char buffer[4];
   const size_t length = static_cast<size_t>(qnunicode::writeUTF8(buffer, codepoint) - buffer);

@@ -133,18 +133,28 @@ std::optional<UnicodeString> stringByReplacingPercentEscapesCountingReplacements
     std::u16string_view s, uint32_t* countingReplacements) {
   if (countingReplacements) *countingReplacements = 0xFFFFFFFF;
   InPlace io(s);
-  std::string bytes;
+  // Room for the bytes of the longest possible run, taken once.
+  std::string bytes(s.size() / 3, '\0');
   while (io.copyUpTo(u'%')) {
     // A run of escapes, decoded as one piece of UTF-8.
-    bytes.clear();
+    char* byte = bytes.data();
+    int allBits = 0;
     while (io.read < io.size && io.text[io.read] == u'%') {
       if (io.size - io.read < 3) return std::nullopt;
       const int high = hexValue(io.text[io.read + 1]), low = hexValue(io.text[io.read + 2]);
       if ((high | low) < 0) return std::nullopt;
-      bytes.push_back(static_cast<char>((high << 4) | low));
+      *byte++ = static_cast<char>((high << 4) | low);
+      allBits |= high;
       io.read += 3;
     }
-    const std::optional<UnicodeString> decoded = qnunicode::decodeUTF8(bytes);
+    if (allBits < 8) {
+      // ASCII bytes (a blank, a slash) are their own characters.
+      for (const char* ascii = bytes.data(); ascii != byte; ++ascii)
+        io.put(static_cast<char16_t>(*ascii));
+      continue;
+    }
+    const std::optional<UnicodeString> decoded = qnunicode::decodeUTF8(
+        std::string_view(bytes.data(), static_cast<size_t>(byte - bytes.data())));
     if (!decoded) return std::nullopt;
     std::memcpy(io.text + io.write, decoded->data(), decoded->size() * sizeof(char16_t));
     io.write += decoded->size();
