@@ -431,6 +431,14 @@ TEST(QnuInstalled, HelpVersionAndAnInstalledBinaryThatFindsItsDataBesideItself) 
   EXPECT_EQ(testing::runProcess(installed, {"data"}).err,
             "qnu: the default data directory '" + (resources / "ucd").string() +
                 "' does not exist (run scripts/setup.sh, or name one with --data DIR)\n");
+  // Escapes need no data directory, XHTML references no more than the entity sets.
+  EXPECT_EQ(testing::runProcess(installed, {"escape", "-m", "XHTML", "--numeric", "\u00E9"}),
+            (Result{0, "&#xe9;\n", ""}));
+  EXPECT_EQ(testing::runProcess(installed, {"escape", "-m", "XHTML", "\u00E9"}),
+            (Result{2, "",
+                    "qnu: the default entity directory '" + (resources / "entities").string() +
+                        "' does not exist (run scripts/setup.sh, or name one with --entities "
+                        "DIR)\n"}));
   // Neither descriptions nor an information file are installed here: both are optional.
   fs::create_directories(resources);
   fs::create_directory_symlink(ucdDirectory(), resources / "ucd");

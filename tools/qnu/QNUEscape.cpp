@@ -62,7 +62,8 @@ std::optional<UnicodeString> convert(Host& host, const EscapeOptions& options,
     return QNUnicode::stringByAddingEscapes(text, method, extra ? &*extra : nullptr,
                                             !options.noDefaultSet, count);
   }
-  const auto entities = host.XHTMLDatabase(options.entities, true);
+  // Numeric references need no entity names.
+  const auto entities = host.XHTMLDatabase(options.entities, !options.numeric);
   CodepointSet preserved;
   if (!options.noDefaultSet) preserved = QNXHTMLDatabase::lowASCIIPreservedSet(!options.noLowASCII);
   if (extra) {

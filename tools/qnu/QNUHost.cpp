@@ -88,14 +88,16 @@ std::string MissingFileDelegate::messageForPrefix(const std::string& prefix) con
          ")";
 }
 
-Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile)
+Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile,
+           bool withDefaultData)
     : _entityDirectory(defaults.entityDirectory), _json(options.json) {
   if (options.dataDirectories.empty()) {
-    if (!fs::is_directory(defaults.dataDirectory)) {
+    if (fs::is_directory(defaults.dataDirectory)) {
+      _dataDirectories.push_back(defaults.dataDirectory);
+    } else if (withDefaultData) {
       throw UsageError("the default data directory '" + defaults.dataDirectory +
                        "' does not exist (run scripts/setup.sh, or name one with --data DIR)");
     }
-    _dataDirectories.push_back(defaults.dataDirectory);
   } else {
     for (const std::string& path : options.dataDirectories) {
       _dataDirectories.push_back(checkedDirectory(path, "data directory"));

@@ -79,8 +79,11 @@ class Host {
   // Raises UsageError for a data or description directory that does not exist or an information
   // file that was named but does not exist. The information file only serves the detection of
   // data-file versions, which costs a digest of every Unihan file; a command that shows no
-  // versions passes withInformationFile false and the database gets none.
-  Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile = true);
+  // versions passes withInformationFile false and the database gets none. A command that reads
+  // no data file (escape) passes withDefaultData false: a missing default data directory is then
+  // no error, and the database has no directory.
+  Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile = true,
+       bool withDefaultData = true);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;

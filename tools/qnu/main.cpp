@@ -181,7 +181,8 @@ int main(int argc, char** argv) {
     // takes their memory back at once, where freeing some 300000 records one by one would cost
     // a short command a quarter of its time.
     static Host* host = nullptr;
-    host = new Host(common, qnu::DefaultPaths::forThisProcess(), showsVersions);
+    host = new Host(common, qnu::DefaultPaths::forThisProcess(), showsVersions,
+                    !app.got_subcommand("escape"));
     int code = selected(*host);
     std::fflush(stdout);
     // A reader that found no file has written its line already; the answers were incomplete.
