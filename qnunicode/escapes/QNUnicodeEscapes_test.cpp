@@ -301,6 +301,94 @@ TEST(RoundTrips, DefaultSetsAreLossyOnlyForTheTextsOwnEscapes) {
   EXPECT_EQ(stringByReplacingEscapes(stringByAddingEscapes(uR"(\u0041)", u"C99 "), u"C99 "), u"A");
 }
 
+// The C99 and Java states written out plainly, one unit a step and nothing else, to hold the
+// library's routine (which takes runs of complete escapes in one step) to them.
+UnicodeString plainC99Replacing(std::u16string_view s, bool eat, uint32_t* count) {
+  enum { Text, Backslash, EatUs, Digits } state = Text;
+  UnicodeString out;
+  size_t position = 0, saved = 0;
+  bool hasSaved = false;
+  uint32_t value = 0;
+  int expected = 0;
+  *count = 0;
+  const auto fail = [&] {
+    out.push_back(u'\\');
+    position = saved;
+    hasSaved = false;
+    state = Text;
+  };
+  while (true) {
+    if (position >= s.size()) {
+      if (state == Text || !hasSaved) break;
+      fail();
+      continue;
+    }
+    const char16_t unit = s[position];
+    if (state == Text) {
+      ++position;
+      if (unit == u'\\') {
+        saved = position, hasSaved = true;
+        state = Backslash;
+      } else {
+        out.push_back(unit);
+      }
+    } else if (state == Backslash) {
+      if (unit == u'u' || (unit == u'U' && !eat)) {
+        ++position;
+        expected = unit == u'u' ? 4 : 8, value = 0;
+        state = unit == u'u' && eat ? EatUs : Digits;
+      } else if (unit == u'\\') {
+        out += u"\\\\";
+        ++position;
+        hasSaved = false;
+        state = Text;
+      } else {
+        fail();
+      }
+    } else if (state == EatUs) {
+      if (unit == u'u') {
+        ++position;
+      } else {
+        state = Digits;
+      }
+    } else {
+      const int digit = qnunicode::hexDigitValue(unit);
+      if (digit < 0) {
+        fail();
+        continue;
+      }
+      value += static_cast<uint32_t>(digit) << (4 * (expected - 1));
+      ++position;
+      if (--expected == 0) {
+        out += stringWithCodepoint(value);
+        ++*count;
+        hasSaved = false;
+        state = Text;
+      }
+    }
+  }
+  return out;
+}
+
+TEST(ReplacingEscapes, C99AndJavaFollowTheirStatesOnEveryText) {
+  std::mt19937 random(2024);
+  constexpr std::u16string_view pieces[] = {u"\\",   u"\\u",  u"\\U",    u"u",       u"0",
+                                            u"0041", u"d83d", u"F600",   u"\\u00e9", u"x",
+                                            u" ",    u"G",    u"\u00e9", u"\\uu"};
+  std::uniform_int_distribution<size_t> pick(0, std::size(pieces) - 1);
+  for (int round = 0; round < 3000; ++round) {
+    UnicodeString text;
+    for (int i = 0; i < 1 + round % 24; ++i) text += pieces[pick(random)];
+    for (bool java : {false, true}) {
+      uint32_t ours = 0, plain = 0;
+      EXPECT_EQ(stringByReplacingC99EscapesEatingJavaUs(text, java, &ours),
+                plainC99Replacing(text, java, &plain))
+          << (java ? "Java " : "C99 ") << qnunicode::toUTF8(text);
+      EXPECT_EQ(ours, plain);
+    }
+  }
+}
+
 // Malformed input never fails, and stays within its length; text without a backslash (or "%",
 // for percent decoding) is given back as it is.
 TEST(BadInput, RandomUnitsAndLongRunsFinishInOnePass) {
