@@ -4,6 +4,8 @@
 // answers, the codepoint string operations and the support utilities.
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/escapes/QNUnicodeEscapes.h"
+#include "qnunicode/escapes/QNXHTMLDatabase.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"

@@ -9,7 +9,7 @@ packages=(
   libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libidn-dev libidn2-dev libplist-dev libuninameslist-dev
   libcli11-dev nlohmann-json3-dev
-  unicode-data w3c-sgml-lib bzip2 perl-modules-5.36
+  unicode-data w3c-sgml-lib bzip2 perl-modules-5.36 python3
   unicode hyperfine time ccache
 )
 missing=()

@@ -1,5 +1,6 @@
 #include "QNUCodepointReport.h"
 
+#include "QNUEscape.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
@@ -176,6 +177,16 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
     namesList.push_back(jsonText(name));
   }
   add("indexNames", "Index names", std::move(namesList)).text = namesText;
+  // Every notation, one a line, the method names in a column of their own.
+  Json escapes = Json::object();
+  std::string escapesText;
+  for (const auto& [method, escaped] : escapesOfCodepoint(codepoint, *_entities)) {
+    escapes[method] = jsonText(escaped);
+    if (!escapesText.empty()) escapesText += '\n';
+    escapesText += method + std::string(6 - method.size(), ' ') +
+                   (escaped ? qnunicode::toUTF8(*escaped) : std::string("(none)"));
+  }
+  add("escapes", "Escapes", std::move(escapes)).text = escapesText;
   return fields;
 }
 

@@ -8,6 +8,7 @@
 
 #include "QNUOutput.h"
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/escapes/QNXHTMLDatabase.h"
 
 namespace qnu {
 
@@ -29,7 +30,11 @@ struct ReportField {
 // aligned text block or as one JSON line. Needs a database whose UnicodeData can be read.
 class CodepointReporter {
  public:
-  explicit CodepointReporter(QNUnicodeDatabase& database) : _database(database) {}
+  // The escapes field writes XHTML references with the given entities, numeric ones without.
+  explicit CodepointReporter(QNUnicodeDatabase& database,
+                             std::shared_ptr<const QNXHTMLDatabase> entities = nullptr)
+      : _database(database),
+        _entities(entities ? std::move(entities) : std::make_shared<QNXHTMLDatabase>()) {}
 
   std::vector<ReportField> fields(uint32_t codepoint);
   // "U+XXXX" and the character, then the properties, one per line, values aligned.
@@ -45,6 +50,7 @@ class CodepointReporter {
   const QNUnicodeNamesList_CharEntry* namesListEntry(uint32_t codepoint);
 
   QNUnicodeDatabase& _database;
+  std::shared_ptr<const QNXHTMLDatabase> _entities;
   // Whether the names list was asked for, and whether it could be read then.
   bool _namesListTried = false;
   bool _namesListRead = false;

@@ -86,6 +86,14 @@ constexpr std::string_view kSmallEWithAcute = R"(U+00E9 é
   Assigned code point      yes
   Names list               EQUIV  0065 0301
   Index names              E WITH ACUTE, LATIN SMALL LETTER
+  Escapes                  URL   %C3%A9
+                           C99   \u00e9
+                           Java  \u00e9
+                           COct  \303\251
+                           CS1   \00e9
+                           CS2   \0000e9 
+                           CS21  \0000e9 
+                           XHTML &eacute;
 )";
 
 TEST(QnuInspect, TextOfEachRecordKindForCodepointsInAnyWritingWithOptionsAnywhere) {
@@ -151,7 +159,10 @@ TEST(QnuInspect, JsonHoldsTheSameValuesUnderTheLibrarysOwnNamesInTheOrderAsked) 
   "0622": {"/joiningType": "R", "/joiningTypeDescription": "Right_Joining",
     "/joiningGroup": "ALEF"},
   "1100": {"/jamoShortName": "G"},
-  "00C5": {"/namesList/crossRefs": ["(angstrom sign - 212B)"]}})json");
+  "00C5": {"/namesList/crossRefs": ["(angstrom sign - 212B)"]},
+  "D800": {"/escapes": {"URL": null, "C99": "\\ud800", "Java": "\\ud800", "COct": null,
+    "CS1": "\\d800", "CS2": "\\00d800 ", "CS21": "\\00d800 ", "XHTML": "&#xd800;"}},
+  "0026": {"/escapes/URL": "%26", "/escapes/XHTML": "&amp;", "/escapes/COct": "\\046"}})json");
   Lines arguments = {"--json", "inspect", "-c"};
   for (const auto& [codepoint, fields] : expected.items()) arguments.push_back(codepoint);
   arguments.insert(arguments.end(), {"U+0041..43", "10FFFF"});
@@ -345,6 +356,67 @@ TEST(QnuBadInput, EachMissingFileOtherThanUnicodeDataIsNamedOnceAfterTheAnswers)
             (Lines{"qnu: missing data file 'Blocks" + in, "qnu: missing data file 'Scripts" + in}));
 }
 
+TEST(QnuEscape, ResultOnStandardOutputCountOnRequestAndJSON) {
+  EXPECT_EQ(qnu({"escape", "-m", "C99", "a\u00e9\U0001F600"}),
+            (Result{0, "a\\u00e9\\U0001f600\n", ""}));
+  // From standard input the result gets no line end of its own.
+  EXPECT_EQ(qnu({"escape", "--method", "java", "--decode", "--count"}, "\\uuu00e9\\ud83d\\ude00\n"),
+            (Result{0, "\u00e9\U0001F600\n", "qnu: 3 replacements\n"}));
+  EXPECT_EQ(qnu({"escape", "-m", "URL", "a b/", "--preserve", " ", "--no-default-set"}).out,
+            "%61 %62%2F\n");
+  EXPECT_EQ(qnu({"escape", "-m", "CS21", "-d", "-n", "\\41\r\nB"}),
+            (Result{0, "AB\n", "qnu: 1 replacements\n"}));
+  EXPECT_EQ(Json::parse(qnu({"--json", "escape", "-m", "COct", "\u00e9"}).out),
+            Json::parse(R"({"input": "\u00e9", "result": "\\303\\251", "count": 1})"));
+  // Percent decoding keeps no count, and a text it cannot decode has no result.
+  EXPECT_EQ(qnu({"escape", "-m", "URL", "-d", "-n", "%C3%A9"}),
+            (Result{0, "\u00e9\n", "qnu: replacements not counted\n"}));
+  EXPECT_EQ(qnu({"escape", "-m", "URL", "-d", "%C3"}),
+            (Result{1, "", "qnu: not valid percent-escaped UTF-8\n"}));
+  const Result failed = qnu({"escape", "-m", "URL", "-d", "--json", "100%"});
+  EXPECT_EQ(failed.exitCode, 1);
+  EXPECT_EQ(Json::parse(failed.out),
+            Json::parse(R"({"input": "100%", "result": null, "count": null})"));
+}
+
+TEST(QnuEscape, XHTMLOptions) {
+  const std::string text = "a<\u00e9";
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", text}).out, "a&lt;&eacute;\n");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "--no-low-ascii", text}).out, "a<&eacute;\n");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "--numeric", text}).out, "a&#x3c;&#xe9;\n");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "--numeric", "--decimal", text}).out, "a&#60;&#233;\n");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "--preserve", "\u00e9", text}).out, "a&lt;\u00e9\n");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "-d", "-n", "&lt;&#65;&eacute;AT&T;"}),
+            (Result{0, "<&#65;\u00e9AT&T;\n", "qnu: 2 replacements\n"}));
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "-d", "--no-low-ascii", "&lt;&eacute;"}).out,
+            "&lt;\u00e9\n");
+  // Another entity directory: one name of its own, and none for "<".
+  ScratchDirectory entities;
+  entities.write("mine.ent", R"(<!ENTITY eee "&#233;">)");
+  EXPECT_EQ(qnu({"escape", "-m", "XHTML", "--entities", entities.path(), text}).out,
+            "a&#x3c;&eee;\n");
+}
+
+TEST(QnuEscape, OptionsThatWouldDoNothingAreRefused) {
+  const std::pair<Lines, std::string> cases[] = {
+      {{"escape", "-m", "C99", "--numeric", "x"},
+       "qnu: --numeric, --decimal, --entities and --no-low-ascii apply to --method XHTML\n"},
+      {{"escape", "-m", "XHTML", "-d", "--decimal", "x"},
+       "qnu: --numeric and --decimal apply to escaping, not to --decode\n"},
+      {{"escape", "-m", "Java", "-d", "--preserve", "a", "x"},
+       "qnu: --preserve and --no-default-set apply to --decode with --method XHTML only\n"},
+      {{"escape", "-m", "XHTML", "--no-default-set", "--no-low-ascii", "x"},
+       "qnu: --no-low-ascii changes the default set, which --no-default-set leaves out\n"},
+      {{"escape", "-m", "XHTML", "--entities", "/nonexistent", "x"},
+       "qnu: entity directory '/nonexistent' does not exist\n"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    EXPECT_EQ(qnu(arguments), (Result{2, "", message}));
+  }
+  EXPECT_EQ(qnu({"escape", "-m", "C99"}, "\xff").err, "qnu: standard input is not valid UTF-8\n");
+  EXPECT_EQ(qnu({"escape", "-m", "rot13", "x"}).exitCode, 2);
+}
+
 TEST(QnuInstalled, HelpVersionAndAnInstalledBinaryThatFindsItsDataBesideItself) {
   EXPECT_EQ(qnu({"--help"}).exitCode, 0);
   EXPECT_EQ(qnu({"--version"}), (Result{0, "qnu " QNU_TEST_VERSION "\n", ""}));
@@ -359,9 +431,18 @@ TEST(QnuInstalled, HelpVersionAndAnInstalledBinaryThatFindsItsDataBesideItself) 
   EXPECT_EQ(testing::runProcess(installed, {"data"}).err,
             "qnu: the default data directory '" + (resources / "ucd").string() +
                 "' does not exist (run scripts/setup.sh, or name one with --data DIR)\n");
+  // Escapes need no data directory, XHTML references no more than the entity sets.
+  EXPECT_EQ(testing::runProcess(installed, {"escape", "-m", "XHTML", "--numeric", "\u00E9"}),
+            (Result{0, "&#xe9;\n", ""}));
+  EXPECT_EQ(testing::runProcess(installed, {"escape", "-m", "XHTML", "\u00E9"}),
+            (Result{2, "",
+                    "qnu: the default entity directory '" + (resources / "entities").string() +
+                        "' does not exist (run scripts/setup.sh, or name one with --entities "
+                        "DIR)\n"}));
   // Neither descriptions nor an information file are installed here: both are optional.
   fs::create_directories(resources);
   fs::create_directory_symlink(ucdDirectory(), resources / "ucd");
+  fs::create_directory_symlink(QNU_TEST_ENTITY_DIR, resources / "entities");
   EXPECT_EQ(testing::runProcess(installed, {"inspect", "\u00E9"}),
             (Result{0, std::string(kSmallEWithAcute), ""}));
 }

@@ -40,4 +40,19 @@ struct SearchOptions {
 };
 int runSearch(Host& host, const SearchOptions& options);
 
+struct EscapeOptions {
+  std::string method;                   // URL, C99, Java, COct, CS1, CS2, CS21 or XHTML
+  bool decode = false;                  // replace escapes instead of adding them
+  std::optional<std::string> text;      // standard input when none
+  std::optional<std::string> preserve;  // characters kept as they are, beside the default set
+  bool noDefaultSet = false;
+  bool numeric = false;                 // XHTML: numeric references even where a name exists
+  bool decimal = false;                 // XHTML: decimal instead of hexadecimal references
+  std::optional<std::string> entities;  // XHTML: the entity directory
+  bool noLowASCII = false;              // XHTML: keep the markup characters as they are
+  bool count = false;                   // the count on standard error
+};
+// Writes the converted text; exits with kExitCheckFailed where percent decoding gives no result.
+int runEscape(Host& host, const EscapeOptions& options);
+
 }  // namespace qnu

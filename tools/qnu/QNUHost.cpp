@@ -17,7 +17,7 @@ namespace {
 DefaultPaths installedPaths(const fs::path& resourceDirectory) {
   const fs::path base = resourceDirectory.lexically_normal();
   return {(base / "ucd").string(), (base / "descriptions").string(),
-          (base / "QNUnicodeInfo.plist").string()};
+          (base / "QNUnicodeInfo.plist").string(), (base / "entities").string()};
 }
 
 bool sameDirectory(const fs::path& a, const fs::path& b) {
@@ -56,7 +56,8 @@ DefaultPaths DefaultPaths::forExecutable(const std::string& executablePath) {
   const fs::path directory = fs::path(executablePath).parent_path();
   if (sameDirectory(directory, QNU_BUILD_DIRECTORY)) {
     const std::string resources = QNU_BUILD_RESOURCE_DIR;
-    return {QNU_BUILD_UCD_DIR, resources + "/descriptions", resources + "/QNUnicodeInfo.plist"};
+    return {QNU_BUILD_UCD_DIR, resources + "/descriptions", resources + "/QNUnicodeInfo.plist",
+            QNU_BUILD_ENTITY_DIR};
   }
   return installedPaths(directory / QNU_RELATIVE_RESOURCE_DIR);
 }
@@ -87,14 +88,16 @@ std::string MissingFileDelegate::messageForPrefix(const std::string& prefix) con
          ")";
 }
 
-Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile)
-    : _json(options.json) {
+Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile,
+           bool withDefaultData)
+    : _entityDirectory(defaults.entityDirectory), _json(options.json) {
   if (options.dataDirectories.empty()) {
-    if (!fs::is_directory(defaults.dataDirectory)) {
+    if (fs::is_directory(defaults.dataDirectory)) {
+      _dataDirectories.push_back(defaults.dataDirectory);
+    } else if (withDefaultData) {
       throw UsageError("the default data directory '" + defaults.dataDirectory +
                        "' does not exist (run scripts/setup.sh, or name one with --data DIR)");
     }
-    _dataDirectories.push_back(defaults.dataDirectory);
   } else {
     for (const std::string& path : options.dataDirectories) {
       _dataDirectories.push_back(checkedDirectory(path, "data directory"));
@@ -136,6 +139,26 @@ Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool with
 Host::~Host() {
   if (QNUnicodeDatabase::sharedDatabase() == _database)
     QNUnicodeDatabase::setSharedDatabase(nullptr);
+}
+
+std::shared_ptr<QNXHTMLDatabase> Host::XHTMLDatabase(const std::optional<std::string>& directory,
+                                                     bool required) {
+  if (directory) {
+    auto database =
+        QNXHTMLDatabase::initWithDirectory(checkedDirectory(*directory, "entity directory"));
+    if (!database) throw UsageError("entity directory '" + *directory + "' cannot be read");
+    return database;
+  }
+  if (_XHTMLDatabase) return _XHTMLDatabase;
+  _XHTMLDatabase = QNXHTMLDatabase::initWithDirectory(_entityDirectory);
+  if (!_XHTMLDatabase) {
+    if (required) {
+      throw UsageError("the default entity directory '" + _entityDirectory +
+                       "' does not exist (run scripts/setup.sh, or name one with --entities DIR)");
+    }
+    _XHTMLDatabase = QNXHTMLDatabase::initWithDirectory(std::nullopt);
+  }
+  return _XHTMLDatabase;
 }
 
 void Host::requireUnicodeData() {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/escapes/QNXHTMLDatabase.h"
 
 namespace qnu {
 
@@ -31,6 +32,7 @@ struct DefaultPaths {
   std::string dataDirectory;
   std::string descriptionDirectory;
   std::string infoFile;
+  std::string entityDirectory;  // the XHTML entity sets
 
   static DefaultPaths forExecutable(const std::string& executablePath);
   // The defaults of the running binary (found through /proc/self/exe).
@@ -77,8 +79,11 @@ class Host {
   // Raises UsageError for a data or description directory that does not exist or an information
   // file that was named but does not exist. The information file only serves the detection of
   // data-file versions, which costs a digest of every Unihan file; a command that shows no
-  // versions passes withInformationFile false and the database gets none.
-  Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile = true);
+  // versions passes withInformationFile false and the database gets none. A command that reads
+  // no data file (escape) passes withDefaultData false: a missing default data directory is then
+  // no error, and the database has no directory.
+  Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile = true,
+       bool withDefaultData = true);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -93,6 +98,12 @@ class Host {
   // True when a reader reported a missing file; main then exits with kExitBadInput after the
   // command's output, so that partial data never passes unnoticed.
   bool hasMissingFiles() const { return !_delegate->missingPrefixes().empty(); }
+  // The XHTML entities of the named directory, which must exist, or else of the default one. A
+  // missing default directory raises UsageError when the entities are required and otherwise
+  // gives a database without names (numeric references only), as missing descriptions give plain
+  // texts. The default directory is read once.
+  std::shared_ptr<QNXHTMLDatabase> XHTMLDatabase(const std::optional<std::string>& directory,
+                                                 bool required);
   // Raises ReportedFailure when UnicodeData cannot be read (its missing-file line is already
   // written): no command can answer anything without the records.
   void requireUnicodeData();
@@ -101,6 +112,8 @@ class Host {
   std::vector<std::string> _dataDirectories;
   std::vector<std::string> _descriptionDirectories;
   std::string _infoFile;
+  std::string _entityDirectory;
+  std::shared_ptr<QNXHTMLDatabase> _XHTMLDatabase;
   bool _json;
   std::shared_ptr<MissingFileDelegate> _delegate;
   std::shared_ptr<QNUnicodeDatabase> _database;

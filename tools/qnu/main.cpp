@@ -92,6 +92,35 @@ void addSearch(CLI::App& qnu, qnu::SearchOptions& options, std::function<int(Hos
   });
 }
 
+void addEscape(CLI::App& qnu, qnu::EscapeOptions& options, std::function<int(Host&)>& selected) {
+  CLI::App* command = qnu.add_subcommand(
+      "escape",
+      "Write TEXT (or standard input) with escapes added, or with --decode replaced; with "
+      "--count the number of replacements goes to standard error");
+  addSingleValueOption(*command, "-m,--method", options.method, "The notation",
+                       "URL|C99|Java|COct|CS1|CS2|CS21|XHTML")
+      ->required()
+      ->transform(CLI::IsMember({"URL", "C99", "Java", "COct", "CS1", "CS2", "CS21", "XHTML"},
+                                CLI::ignore_case));
+  command->add_flag("-d,--decode", options.decode, "Replace escapes instead of adding them");
+  addSingleValueOption(*command, "--preserve", options.preserve,
+                       "Characters kept as they are, beside the method's default set", "CHARS");
+  command->add_flag("--no-default-set", options.noDefaultSet,
+                    "Escape the method's default set of characters too");
+  command->add_flag("--numeric", options.numeric,
+                    "XHTML: numeric references even where an entity name exists");
+  command->add_flag("--decimal", options.decimal,
+                    "XHTML: decimal instead of hexadecimal references");
+  addSingleValueOption(*command, "--entities", options.entities,
+                       "XHTML: the directory of entity sets (default: the installed one)", "DIR");
+  command->add_flag("--no-low-ascii", options.noLowASCII,
+                    "XHTML: leave the markup characters \"&'<> as they are");
+  command->add_flag("-n,--count", options.count,
+                    "Write the number of replacements on standard error");
+  command->add_option("TEXT", options.text, "The text; standard input when absent");
+  command->callback([&] { selected = [&](Host& host) { return qnu::runEscape(host, options); }; });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -100,7 +129,8 @@ int main(int argc, char** argv) {
   if (!isatty(fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
 
   CLI::App app{
-      "qnu: inspect characters, names and normalization straight from the files of the Unicode "
+      "qnu: inspect characters, names, normalization and escapes straight from the files of the "
+      "Unicode "
       "Character Database",
       "qnu"};
   app.set_version_flag("--version", "qnu " QNU_VERSION);
@@ -129,11 +159,13 @@ int main(int argc, char** argv) {
   qnu::NormalizeOptions normalize;
   qnu::NormtestOptions normtest;
   qnu::SearchOptions search;
+  qnu::EscapeOptions escape;
   addInspect(app, inspect, selected);
   addNormalize(app, normalize, selected);
   addData(app, selected, showsVersions);
   addNormtest(app, normtest, selected);
   addSearch(app, search, selected);
+  addEscape(app, escape, selected);
 
   try {
     app.parse(argc, argv);
@@ -149,7 +181,8 @@ int main(int argc, char** argv) {
     // takes their memory back at once, where freeing some 300000 records one by one would cost
     // a short command a quarter of its time.
     static Host* host = nullptr;
-    host = new Host(common, qnu::DefaultPaths::forThisProcess(), showsVersions);
+    host = new Host(common, qnu::DefaultPaths::forThisProcess(), showsVersions,
+                    !app.got_subcommand("escape"));
     int code = selected(*host);
     std::fflush(stdout);
     // A reader that found no file has written its line already; the answers were incomplete.

@@ -1,0 +1,16 @@
+# Fills DEST_DIR with the three XHTML character entity sets of SOURCE_DIR (Latin-1, special and
+# symbols, whose declarations give decimal values), the directory a QNXHTMLDatabase reads.
+if(NOT SOURCE_DIR OR NOT DEST_DIR)
+  message(FATAL_ERROR "PrepareXHTMLEntities.cmake needs SOURCE_DIR and DEST_DIR")
+endif()
+set(entity_files xhtml-lat1.ent xhtml-special.ent xhtml-symbol.ent)
+foreach(name IN LISTS entity_files)
+  if(NOT EXISTS "${SOURCE_DIR}/${name}")
+    message(FATAL_ERROR "No ${name} in ${SOURCE_DIR}: install Debian's w3c-sgml-lib package")
+  endif()
+endforeach()
+file(REMOVE_RECURSE "${DEST_DIR}")
+file(MAKE_DIRECTORY "${DEST_DIR}")
+foreach(name IN LISTS entity_files)
+  file(COPY "${SOURCE_DIR}/${name}" DESTINATION "${DEST_DIR}")
+endforeach()
