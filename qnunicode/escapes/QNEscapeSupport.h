@@ -30,11 +30,8 @@ struct WalkStep {
   size_t length;
 };
 inline WalkStep walkStep(std::u16string_view text, size_t position) {
-  const UTF16Codepoint read = codepointAt(text, position);
-  if (read.length == 1 && isHighSurrogate(read.codepoint) && position + 1 < text.size()) {
-    return {read.codepoint, position + 2, 1};
-  }
-  return {read.codepoint, position + read.length, read.length};
+  const UTF16Codepoint step = codepointWalkStep(text.data(), text.size(), position);
+  return {step.codepoint, position + step.length, UTF16Length(step.codepoint)};
 }
 
 // A CodepointSet asked codepoint by codepoint: a bitmap answers U+0000 to U+00FF, the set's
