@@ -50,8 +50,7 @@ void QNMainThreadQueue::dispatchAsync(std::function<void()> task) {
 
 void QNMainThreadQueue::dispatchSync(std::function<void()> task) {
   if (isMainThread()) {
-    // The tasks queued before it run first, as they would on a main thread's run loop.
-    runPending();
+    // At once, ahead of the tasks queued already, as a main thread's run loop does.
     task();
     return;
   }

@@ -17,8 +17,9 @@ class QNMainThreadDispatcher {
   virtual ~QNMainThreadDispatcher() = default;
   // Queues the task for the main thread and returns at once. Tasks run in the order given.
   virtual void dispatchAsync(std::function<void()> task) = 0;
-  // Runs the task on the main thread and returns once it has run, after every task queued
-  // before it. Called on the main thread itself, it runs the task at once.
+  // Runs the task on the main thread and returns once it has run. Called from another thread,
+  // the task runs after every task queued before it; called on the main thread itself, it runs
+  // at once, ahead of them.
   virtual void dispatchSync(std::function<void()> task) = 0;
 };
 
