@@ -29,7 +29,13 @@ struct ReportField {
 // aligned text block or as one JSON line. Needs a database whose UnicodeData can be read.
 class CodepointReporter {
  public:
-  explicit CodepointReporter(QNUnicodeDatabase& database) : _database(database) {}
+  // With showProgress, a read of the Unihan files that a codepoint sets off draws a progress bar.
+  explicit CodepointReporter(QNUnicodeDatabase& database, bool showProgress = false)
+      : _database(database), _showProgress(showProgress) {}
+
+  // True when the codepoint lies in a block of ideographs, which alone have Unihan entries: the
+  // Unihan files are read for no other codepoint.
+  bool mayHaveUnihanData(uint32_t codepoint);
 
   std::vector<ReportField> fields(uint32_t codepoint);
   // "U+XXXX" and the character, then the properties, one per line, values aligned.
@@ -44,7 +50,12 @@ class CodepointReporter {
  private:
   const QNUnicodeNamesList_CharEntry* namesListEntry(uint32_t codepoint);
 
+  // The codepoint's Unihan entry as a JSON object (numbers for the numeric keys) and as text
+  // lines "key  value" sorted by key; none without an entry.
+  std::optional<std::pair<Json, std::string>> unihanEntry(uint32_t codepoint);
+
   QNUnicodeDatabase& _database;
+  bool _showProgress;
   // Whether the names list was asked for, and whether it could be read then.
   bool _namesListTried = false;
   bool _namesListRead = false;

@@ -88,7 +88,7 @@ std::string MissingFileDelegate::messageForPrefix(const std::string& prefix) con
 }
 
 Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile)
-    : _json(options.json) {
+    : _json(options.json), _showsProgress(!options.noProgress && isatty(STDERR_FILENO)) {
   if (options.dataDirectories.empty()) {
     if (!fs::is_directory(defaults.dataDirectory)) {
       throw UsageError("the default data directory '" + defaults.dataDirectory +
