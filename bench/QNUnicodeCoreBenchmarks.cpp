@@ -275,5 +275,6 @@ void registerCoreBenchmarks() {
 int main(int argc, char** argv) {
   qnunicode::bench::registerCoreBenchmarks();
   qnunicode::bench::registerNameBenchmarks();
+  qnunicode::bench::registerUnihanBenchmarks();
   return qnunicode::bench::runBenchmarks(argc, argv);
 }
