@@ -71,7 +71,9 @@ void QNMainThreadQueue::dispatchSync(std::function<void()> task) {
 
 std::function<void()> QNMainThreadQueue::take(std::chrono::steady_clock::time_point deadline) {
   std::unique_lock<std::mutex> lock(_mutex);
-  _queued.wait_until(lock, deadline, [this] { return !_tasks.empty(); });
+  if (_tasks.empty() && deadline > std::chrono::steady_clock::now()) {
+    _queued.wait_until(lock, deadline, [this] { return !_tasks.empty(); });
+  }
   if (_tasks.empty()) return {};
   std::function<void()> task = std::move(_tasks.front());
   _tasks.pop_front();
@@ -80,8 +82,8 @@ std::function<void()> QNMainThreadQueue::take(std::chrono::steady_clock::time_po
 
 size_t QNMainThreadQueue::runPending() {
   size_t count = 0;
-  // A deadline in the past: only what is queued already is taken.
-  while (std::function<void()> task = take(std::chrono::steady_clock::time_point::min())) {
+  // A deadline already past: only what is queued already is taken.
+  while (std::function<void()> task = take(std::chrono::steady_clock::time_point())) {
     task();
     ++count;
   }
