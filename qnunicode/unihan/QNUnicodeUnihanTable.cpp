@@ -184,37 +184,33 @@ void QNUnicodeUnihanTableBuilder::beginCodepoint(uint32_t codepoint) {
 
 uint16_t QNUnicodeUnihanTableBuilder::keyIndex(std::string_view key) {
   // Most lines' keys are the key that followed the previous line's key the last time.
-  if (_lastKey != UINT16_MAX) {
+  if (_lastKey != kNoKey) {
     const uint16_t predicted = _nextKey[_lastKey];
-    if (predicted != UINT16_MAX && _keyNames[predicted] == key) return _lastKey = predicted;
+    if (predicted != kNoKey && _keyNames[predicted] == key) return _lastKey = predicted;
   }
   uint16_t index;
   const auto found = _keyIndexes.find(key);
   if (found != _keyIndexes.end()) {
     index = found->second;
   } else {
-    if (_keyNames.size() == UINT16_MAX - 1) {
-      // Far beyond any published file; such a file's further keys are dropped into the last one.
-      index = static_cast<uint16_t>(_keyNames.size() - 1);
-    } else {
-      index = static_cast<uint16_t>(_keyNames.size());
-      _keyNames.emplace_back(key);
-      _keyIsNumeric.push_back(std::find(std::begin(kNumericKeys), std::end(kNumericKeys), key) !=
-                              std::end(kNumericKeys));
-      _nextKey.push_back(UINT16_MAX);
-      _keyIndexes.emplace(std::string(key), index);
-    }
+    if (_keyNames.size() == kMaxKeys) return kNoKey;
+    index = static_cast<uint16_t>(_keyNames.size());
+    _keyNames.emplace_back(key);
+    _keyIsNumeric.push_back(std::find(std::begin(kNumericKeys), std::end(kNumericKeys), key) !=
+                            std::end(kNumericKeys));
+    _nextKey.push_back(kNoKey);
+    _keyIndexes.emplace(std::string(key), index);
   }
-  if (_lastKey != UINT16_MAX) _nextKey[_lastKey] = index;
+  if (_lastKey != kNoKey) _nextKey[_lastKey] = index;
   return _lastKey = index;
 }
 
 void QNUnicodeUnihanTableBuilder::add(std::string_view key, std::string_view value) {
   const uint16_t index = keyIndex(key);
-  PendingValue pending{_currentEntry, index, 0, 0, 0};
+  if (index == kNoKey) return;
+  PendingValue pending{(_currentEntry << kKeyBits) | index, 0, 0};
   if (_keyIsNumeric[index]) {
     const auto number = static_cast<uint64_t>(qnunicode::detail::unihanLeadingInteger(value));
-    pending.isNumber = 1;
     pending.low = static_cast<uint32_t>(number);
     pending.high = static_cast<uint32_t>(number >> 32);
   } else {
@@ -263,14 +259,19 @@ QNUnicodeUnihanTableBuilder::Result QNUnicodeUnihanTableBuilder::finish() {
     table->_codepoints[rank] = _entryCodepoints[entryOrder[rank]];
   }
   std::vector<uint32_t> first(entryCount + 1, 0);
-  for (const PendingValue& value : _pending) ++first[entryRank[value.entry] + 1];
+  const auto entryOf = [](const PendingValue& value) { return value.entryAndKey >> kKeyBits; };
+  const auto keyOf = [](const PendingValue& value) {
+    return static_cast<uint16_t>(value.entryAndKey & kMaxKeys);
+  };
+  for (const PendingValue& value : _pending) ++first[entryRank[entryOf(value)] + 1];
   for (size_t i = 0; i < entryCount; ++i) first[i + 1] += first[i];
   std::vector<QNUnicodeUnihanTable::StoredValue> values(_pending.size());
   {
     std::vector<uint32_t> next(first.begin(), first.end() - 1);
     for (const PendingValue& value : _pending) {
-      values[next[entryRank[value.entry]]++] = {keyRank[value.key], value.isNumber, value.low,
-                                                value.high};
+      const uint16_t key = keyOf(value);
+      values[next[entryRank[entryOf(value)]]++] = {
+          keyRank[key], static_cast<uint16_t>(_keyIsNumeric[key]), value.low, value.high};
     }
   }
   _pending = {};

@@ -112,7 +112,8 @@ class QNUnicodeUnihanTableBuilder {
   // Makes the codepoint's entry the current one (at most 0x10FFFF), creating it the first time.
   void beginCodepoint(uint32_t codepoint);
   // Adds a key and its value (both well-formed UTF-8) to the current entry. Under a numeric key
-  // the value's leading integer is stored.
+  // the value's leading integer is stored. A new key beyond the first 2047 is not taken (the
+  // published files have about a hundred): such a line is dropped.
   void add(std::string_view key, std::string_view value);
   size_t entryCount() const { return _pending.size(); }
 
@@ -125,12 +126,16 @@ class QNUnicodeUnihanTableBuilder {
   Result finish();
 
  private:
+  // The key's number; kNoKey when there is no room for another key.
   uint16_t keyIndex(std::string_view key);
+  static constexpr uint16_t kNoKey = UINT16_MAX;
+  static constexpr size_t kKeyBits = 11;
+  static constexpr size_t kMaxKeys = (size_t{1} << kKeyBits) - 1;
 
+  // One line's value: its entry (21 bits, enough for every codepoint) and key packed together,
+  // and its value as in StoredValue; whether it is a number follows from the key.
   struct PendingValue {
-    uint32_t entry;
-    uint16_t key;
-    uint16_t isNumber;
+    uint32_t entryAndKey;
     uint32_t low;
     uint32_t high;
   };
@@ -143,7 +148,7 @@ class QNUnicodeUnihanTableBuilder {
   std::vector<bool> _keyIsNumeric;
   // The key that followed each key last time: lines of one codepoint come in a fixed key order.
   std::vector<uint16_t> _nextKey;
-  uint16_t _lastKey = UINT16_MAX;
+  uint16_t _lastKey = kNoKey;
   // Entry number plus one of each codepoint (0: none yet), made zero-filled by the system.
   struct FreeDeleter {
     void operator()(uint32_t* p) const;

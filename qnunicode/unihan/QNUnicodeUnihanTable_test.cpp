@@ -262,3 +262,17 @@ TEST(UnihanTable, WithoutFilesEverythingIsNone) {
   EXPECT_FALSE(scratch.database().unihanDataForCodepoint(0x4E00));
   EXPECT_FALSE(scratch.database().isUnihanRead());
 }
+
+// A file with more distinct keys than the table takes: the first 2047 are kept, the lines of
+// the others dropped.
+TEST(UnihanTable, KeysBeyondTheLimitAreDropped) {
+  std::string file;
+  for (int key = 0; key < 2100; ++key) file += QNFormat("U+4E00\tk%04d\tv%d\n", key, key);
+  UnihanScratch scratch({{"Unihan/Unihan_Keys.txt", file}});
+  const auto entry = scratch.database().unihanDataForCodepoint(0x4E00);
+  ASSERT_TRUE(entry);
+  EXPECT_EQ(entry->size(), 2047u);
+  EXPECT_EQ(scratch.database().unihanKeys()->size(), 2047u);
+  EXPECT_EQ(entry->textForKey(u"k2046"), u"v2046");
+  EXPECT_FALSE(entry->valueForKey(u"k2047"));
+}

@@ -11,9 +11,9 @@
 
 namespace {
 
+using qnunicode::detail::DataFile;
 using qnunicode::detail::isWellFormedUTF8;
 using qnunicode::detail::LineCursor;
-using qnunicode::detail::DataFile;
 
 // Random byte strings of well-formed sequences of the edge codepoints of each length and of
 // single bytes where well-formedness is decided (the bounds of the lead and second bytes), after

@@ -4,14 +4,15 @@
 
 namespace {
 
+// Never destroyed: a reader thread may still hand work over while the process exits.
 std::mutex& dispatcherMutex() {
-  static std::mutex mutex;
-  return mutex;
+  static std::mutex* const mutex = new std::mutex;
+  return *mutex;
 }
 
 std::shared_ptr<QNMainThreadDispatcher>& dispatcherSlot() {
-  static std::shared_ptr<QNMainThreadDispatcher> dispatcher;
-  return dispatcher;
+  static auto* const dispatcher = new std::shared_ptr<QNMainThreadDispatcher>;
+  return *dispatcher;
 }
 
 }  // namespace

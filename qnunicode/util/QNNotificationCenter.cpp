@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+// Never destroyed: a reader thread may still post while the process exits.
 QNNotificationCenter& QNNotificationCenter::defaultCenter() {
-  static QNNotificationCenter center;
-  return center;
+  static QNNotificationCenter* const center = new QNNotificationCenter;
+  return *center;
 }
 
 QNNotificationCenter::Token QNNotificationCenter::addObserver(std::optional<UnicodeString> name,
