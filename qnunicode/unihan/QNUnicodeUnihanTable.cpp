@@ -214,6 +214,8 @@ void QNUnicodeUnihanTableBuilder::add(std::string_view key, std::string_view val
     pending.low = static_cast<uint32_t>(number);
     pending.high = static_cast<uint32_t>(number >> 32);
   } else {
+    // Text places are 32-bit: beyond 4 GiB of values (no published file comes near), lines drop.
+    if (_text.size() + value.size() > UINT32_MAX) return;
     pending.low = static_cast<uint32_t>(_text.size());
     pending.high = static_cast<uint32_t>(value.size());
     _text.append(value);

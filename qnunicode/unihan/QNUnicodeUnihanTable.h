@@ -113,7 +113,8 @@ class QNUnicodeUnihanTableBuilder {
   void beginCodepoint(uint32_t codepoint);
   // Adds a key and its value (both well-formed UTF-8) to the current entry. Under a numeric key
   // the value's leading integer is stored. A new key beyond the first 2047 is not taken (the
-  // published files have about a hundred): such a line is dropped.
+  // published files have about a hundred): such a line is dropped, as is a text value that would
+  // take the values' bytes beyond 4 GiB.
   void add(std::string_view key, std::string_view value);
   size_t entryCount() const { return _pending.size(); }
 
