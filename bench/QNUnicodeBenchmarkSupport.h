@@ -54,5 +54,6 @@ int runBenchmarks(int argc, char** argv);
 void registerCoreBenchmarks();
 void registerNameBenchmarks();
 void registerEscapeBenchmarks();
+void registerUnihanBenchmarks();
 
 }  // namespace qnunicode::bench

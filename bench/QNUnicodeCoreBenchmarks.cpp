@@ -276,5 +276,6 @@ int main(int argc, char** argv) {
   qnunicode::bench::registerCoreBenchmarks();
   qnunicode::bench::registerNameBenchmarks();
   qnunicode::bench::registerEscapeBenchmarks();
+  qnunicode::bench::registerUnihanBenchmarks();
   return qnunicode::bench::runBenchmarks(argc, argv);
 }

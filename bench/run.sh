@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
-cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_memory qnu
+cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_memory qnunicode_unihan_memory qnu
 
 echo "== Figures against ICU (medians of 5 repetitions)"
 "$build/bench/qnunicode_bench" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
@@ -14,11 +14,12 @@ echo "== Figures against ICU (medians of 5 repetitions)"
 echo
 echo "== Memory"
 "$build/bench/qnunicode_memory"
+"$build/bench/qnunicode_unihan_memory"
 
 qnu="$build/tools/qnu/qnu"
 echo
 echo "== Whole process: qnu against unicode (median of 30 runs)"
-for pair in "inspect é|é" "search latin small letter e with|-r 'latin small letter e with' -m 0"; do
+for pair in "inspect é|é" "inspect 丘|-v 丘" "search latin small letter e with|-r 'latin small letter e with' -m 0"; do
   ours="$qnu ${pair%%|*}"
   peer="unicode ${pair#*|}"
   hyperfine --warmup 3 --runs 30 --export-json /tmp/qnu-hyperfine.json -N "$ours" "$peer" >/dev/null 2>&1 ||

@@ -35,8 +35,11 @@ QNUnicodeDatabase::QNUnicodeDatabase(const std::vector<std::string>& unidataDire
     : QNUnicodeDatabase(unidataDirectoryPaths, descriptionDirectoryPaths,
                         QNReadPropertyListFile(infoFile)) {}
 
-// The index frees itself through its deleter; the records belong to the record storage.
-QNUnicodeDatabase::~QNUnicodeDatabase() = default;
+// The index frees itself through its deleter; the records belong to the record storage. A
+// Unihan read under way holds the reading lock until it no longer touches the database.
+QNUnicodeDatabase::~QNUnicodeDatabase() {
+  const std::lock_guard<std::mutex> waitForUnihanReader(_unihanReadingLock);
+}
 
 // ---- The shared database and the delegate ---------------------------------------------------
 

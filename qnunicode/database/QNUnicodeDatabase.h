@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -11,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <unordered_map>
 #include <variant>
 #include <vector>
@@ -34,6 +36,8 @@ class QNUnicodePrefixTree;
 class QNUnicodePropertyTable;
 class QNUnicodeBlockTable;
 class QNUnicodeCaseFoldingTable;
+class QNUnicodeUnihanTable;
+class QNUnicodeUnihanEntry;
 namespace qnunicode::detail {
 class OnDemandRecords;
 class DefaultBidirectionalCodes;
@@ -388,6 +392,31 @@ class QNUnicodeDatabase {
   void createNameLookup() { createNameLookupWithoutUnihan(false); }
   void createNameLookupWithoutUnihan(bool withoutUnihan);
 
+  // ---- Unihan (unihan/) ----------------------------------------------------------------------
+  // The Unihan files are read on first use of an accessor, or in the background on request.
+  // The accessors wait for a read under way; without Unihan files they answer none.
+  bool isReadingUnihan() const;
+  void setIsReadingUnihan(bool isReadingUnihan);
+  // The same, as the reader hands it to the main thread.
+  void setIsReadingUnihanWithNumber(bool number);
+  // True when no read is under way and one has been made.
+  bool isUnihanRead() const;
+  // Starts a read on a thread of its own at the lowest priority and returns once that thread
+  // holds the reading lock. Its progress and its end are posted as notifications (unihan/).
+  void readUnihanAsynchronously();
+  // Reads on the calling thread.
+  void readUnihan();
+  std::shared_ptr<const QNUnicodeUnihanTable> unihan();
+  std::shared_ptr<const std::set<UnicodeString>> unihanKeys();
+  std::shared_ptr<const std::set<UnicodeString>> unihanNumericKeys();
+  // The seven keys whose values are stored as numbers.
+  static const std::set<UnicodeString>& unihanPotentialNumericKeys();
+  // The codepoint's Unihan entry; none when it has none or there is no Unihan data.
+  std::optional<QNUnicodeUnihanEntry> unihanDataForCodepoint(uint32_t codepoint);
+  // Post the reader's notifications to the default notification centre.
+  void postReadingUnihanNotificationWithUserInfo(QNInfoValue::Map userInfo);
+  void postDidReadUnihanNotificationFromThread(std::thread::id thread);
+
  private:
   // What the integrity check reads from the files themselves: each checked prefix's file with
   // its versions (UnicodeData's come from its read, so they are left out here), then each Unihan
@@ -417,10 +446,21 @@ class QNUnicodeDatabase {
   // in UnicodeData's names.
   std::unique_ptr<QNUnicodeIndexFile> readIndexFile() const;
   void addIndex(QNUnicodeIndexFile& index);
-  // The keys that pass the test in a lookup of their own, without the whole lookup; none when
+  // The keys that pass the test in a lookup of their own (with the Unihan definitions' when
+  // asked), without the whole lookup; none when
   // UnicodeData's lines are not in strictly ascending order, which that way relies on.
   std::optional<std::shared_ptr<const QNUnicodeNameKeyList>> keysPassingTestWithoutLookup(
-      const std::function<bool(std::u16string_view)>& test);
+      const std::function<bool(std::u16string_view)>& test, bool includingUnihan);
+  // The reader: with a start condition it runs on its own thread and signals the starter once
+  // it holds the reading lock (unihan/).
+  struct UnihanStartCondition;
+  void _readUnihan(UnihanStartCondition* started);
+  // Adds to the lookup of keys passing the test the keys of Unihan definitions that pass it,
+  // unless `repeatsKey` says the upper-cased definition is already a key of that codepoint in
+  // the whole lookup (unihan/).
+  void addUnihanKeysPassingTest(
+      const std::function<bool(std::u16string_view)>& test, QNUnicodeNameLookup& lookup,
+      const std::function<bool(uint32_t codepoint, std::u16string_view definition)>& repeatsKey);
   // Adds the Unihan definitions to _nameLookup (unihan/). Until then _nameLookupWithoutUnihan
   // is the same map as _nameLookup: before adding, this gives _nameLookup a copy of its own.
   void createUnihanNameLookup();
@@ -469,8 +509,14 @@ class QNUnicodeDatabase {
   std::set<UnicodeString> _bidirectionalCategoryValues;
   bool _isDatabaseRead = false;
   bool _isUnihanAvailable = false;
-  bool _isReadingUnihan = false;
+  // Shared with the work the reader hands to the main thread, which may outlive the database.
+  std::shared_ptr<std::atomic<bool>> _isReadingUnihan = std::make_shared<std::atomic<bool>>(false);
   std::mutex _unihanReadingLock;
+  // Written by the reader while it holds the reading lock.
+  std::shared_ptr<const QNUnicodeUnihanTable> _unihan;
+  std::shared_ptr<const std::set<UnicodeString>> _unihanKeys;
+  std::shared_ptr<const std::set<UnicodeString>> _unihanNumericKeys;
+  std::atomic<bool> _hasUnihan = false;
   std::shared_ptr<QNUnicodeNameLookup> _nameLookup;
   std::shared_ptr<QNUnicodeNameLookup> _nameLookupWithoutUnihan;
   bool _nameLookupContainsDatabase = false;

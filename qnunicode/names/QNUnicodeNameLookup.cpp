@@ -570,8 +570,9 @@ void QNUnicodeDatabase::createNameLookupWithoutUnihan(bool withoutUnihan) {
   }
 
   if (withoutUnihan) return;
-  // The Unihan definitions join _nameLookup (and only it) in the Unihan reader's stage, once
-  // Unihan is read; until then the two maps hold the same keys.
+  // The Unihan definitions join _nameLookup (and only it); until then the two maps hold the
+  // same keys.
+  if (!_nameLookupContainsUnihan && _isUnihanAvailable) createUnihanNameLookup();
 }
 
 std::shared_ptr<const QNUnicodeNameLookup> QNUnicodeDatabase::nameLookup() {
@@ -642,11 +643,13 @@ std::shared_ptr<const QNUnicodeNameKeyList> QNUnicodeDatabase::sortedNameLookupK
     }
     return std::make_shared<QNUnicodeNameKeyList>(made->lookup(), std::move(positions));
   }
-  // Without Unihan names, a lookup not begun yet need not be made for the few keys that pass.
-  // (One that holds the Index alone, read first, goes on as it began.)
-  if (!_nameLookup && !(includingUnihan && _isUnihanAvailable)) {
+  // A lookup not begun yet need not be made for the few keys that pass. (One that holds the
+  // Index alone, read first, goes on as it began.)
+  if (!_nameLookup) {
     if (!_isDatabaseRead && !readDatabase()) return nullptr;
-    if (auto keys = keysPassingTestWithoutLookup(test)) return *keys;
+    if (auto keys = keysPassingTestWithoutLookup(test, includingUnihan && _isUnihanAvailable)) {
+      return *keys;
+    }
   }
   const std::shared_ptr<const QNUnicodeNameLookup> lookup =
       full ? nameLookup() : nameLookupWithoutUnihan();
@@ -673,7 +676,7 @@ bool equalsStoredText(std::u16string_view text, const QNUnicodeConcreteData::Sto
 // ascend, or the name of an earlier Index entry for it that took a key of its own.
 std::optional<std::shared_ptr<const QNUnicodeNameKeyList>>
 QNUnicodeDatabase::keysPassingTestWithoutLookup(
-    const std::function<bool(std::u16string_view)>& test) {
+    const std::function<bool(std::u16string_view)>& test, bool includingUnihan) {
   if (!_unicodeDataLinesAscend) return std::nullopt;
   const std::vector<const QNUnicodeConcreteData*>& records = _unicodeDataFileRecords;
   std::future<std::unique_ptr<QNUnicodeIndexFile>> reading;
@@ -698,18 +701,18 @@ QNUnicodeDatabase::keysPassingTestWithoutLookup(
     _unusedIndexFile = reading.get();
     for (std::string& line : std::exchange(_unusedIndexFile->logLines, {})) QNLog(std::move(line));
   }
+  const auto lineOf = [&](uint32_t codepoint) -> const QNUnicodeConcreteData* {
+    const auto found = std::lower_bound(codepoints.begin(), codepoints.end(), codepoint);
+    if (found == codepoints.end() || *found != codepoint) return nullptr;
+    return records[static_cast<size_t>(found - codepoints.begin())];
+  };
+  std::unordered_multimap<uint32_t, std::u16string_view> namesWithKeys;
+  UnicodeString key, uppercased;
   if (!_unusedIndexFile->text) {
     _unusedIndexFile.reset();
     notifyDelegateOfMissingFile(QNUnicodeFilePrefixIndex);
   } else {
-    const auto lineOf = [&](uint32_t codepoint) -> const QNUnicodeConcreteData* {
-      const auto found = std::lower_bound(codepoints.begin(), codepoints.end(), codepoint);
-      if (found == codepoints.end() || *found != codepoint) return nullptr;
-      return records[static_cast<size_t>(found - codepoints.begin())];
-    };
-    std::unordered_multimap<uint32_t, std::u16string_view> namesWithKeys;
     const std::u16string_view all = *_unusedIndexFile->text;
-    UnicodeString key, uppercased;
     for (const QNUnicodeIndexNames::Name& entry : _unusedIndexFile->names) {
       const std::u16string_view name = all.substr(entry.offset, entry.length);
       caseMap(this, name, true, uppercased);
@@ -726,6 +729,23 @@ QNUnicodeDatabase::keysPassingTestWithoutLookup(
       makeNameKey(key, name, entry.codepoint);
       if (test(key)) lookup->setCodepointForKey(entry.codepoint, key);
     }
+  }
+  if (includingUnihan) {
+    // A definition's key repeats a key of its codepoint, upper-cased, only where it is that
+    // codepoint's name or one of its Index names that took a key.
+    addUnihanKeysPassingTest(test, *lookup, [&](uint32_t codepoint, std::u16string_view name) {
+      caseMap(this, name, true, uppercased);
+      const QNUnicodeConcreteData* line = lineOf(codepoint);
+      if (line && (equalsStoredText(uppercased, line->storedCharacterName()) ||
+                   (line->storedUnicode1Name().size() != 0 &&
+                    equalsStoredText(uppercased, line->storedUnicode1Name())))) {
+        return true;
+      }
+      const auto [first, last] = namesWithKeys.equal_range(codepoint);
+      return std::any_of(first, last, [&uppercased](const auto& named) {
+        return named.second == std::u16string_view(uppercased);
+      });
+    });
   }
 
   std::vector<uint32_t> positions(lookup->size());

@@ -10,6 +10,8 @@
 #include "qnunicode/strings/UnicodeString.h"
 #include "qnunicode/util/QNInfoValue.h"
 
+class QNUnicodeUnihanEntry;
+
 // The numeric type of a character (UnicodeData fields 6 to 8).
 enum QNUnicodeNumericType : uint32_t {
   QNUnicodeNumericTypeNone = 0,
@@ -90,6 +92,8 @@ class QNUnicodeData {
   uint32_t lineBreak() const;
   // Cached in the record after the first answer; a none answer is not cached.
   std::optional<UnicodeString> script() const;
+  // The codepoint's Unihan entry in the shared database (unihan/); none without one.
+  std::optional<QNUnicodeUnihanEntry> unihanData() const;
 
  protected:
   QNUnicodeData() = default;

@@ -1,6 +1,9 @@
 #include "QNUCodepointReport.h"
 
+#include <algorithm>
+
 #include "QNUEscape.h"
+#include "QNUProgress.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
@@ -8,6 +11,7 @@
 #include "qnunicode/properties/QNUnicodeSpecialCasing.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/unihan/QNUnicodeUnihan.h"
 
 namespace qnu {
 
@@ -187,7 +191,43 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
                    (escaped ? qnunicode::toUTF8(*escaped) : std::string("(none)"));
   }
   add("escapes", "Escapes", std::move(escapes)).text = escapesText;
+  if (auto unihan = unihanEntry(codepoint)) {
+    add("unihanData", "Unihan", std::move(unihan->first)).text = std::move(unihan->second);
+  }
   return fields;
+}
+
+bool CodepointReporter::mayHaveUnihanData(uint32_t codepoint) {
+  const std::u16string_view block = _database.blockForCodepoint(codepoint);
+  return block.starts_with(u"CJK Unified Ideographs") ||
+         block.starts_with(u"CJK Compatibility Ideographs");
+}
+
+std::optional<std::pair<Json, std::string>> CodepointReporter::unihanEntry(uint32_t codepoint) {
+  if (!_database.isUnihanAvailable() || !mayHaveUnihanData(codepoint)) return std::nullopt;
+  readUnihanWithProgress(_database, _showProgress);
+  const std::optional<QNUnicodeUnihanEntry> entry = _database.unihanDataForCodepoint(codepoint);
+  if (!entry) return std::nullopt;
+  Json object = Json::object();
+  size_t widest = 0;
+  for (size_t i = 0; i < entry->size(); ++i) widest = std::max(widest, entry->keyAt(i).size());
+  std::string text;
+  for (size_t i = 0; i < entry->size(); ++i) {
+    const std::string key = qnunicode::toUTF8(entry->keyAt(i));
+    const QNUnicodeUnihanValue value = entry->valueAt(i);
+    std::string shown;
+    if (const int64_t* number = std::get_if<int64_t>(&value)) {
+      object[key] = *number;
+      shown = std::to_string(*number);
+    } else {
+      const UnicodeString& valueText = std::get<UnicodeString>(value);
+      object[key] = jsonText(std::u16string_view(valueText));
+      shown = qnunicode::toUTF8(valueText);
+    }
+    if (!text.empty()) text += '\n';
+    text += key + std::string(widest - key.size() + 2, ' ') + shown;
+  }
+  return std::make_pair(std::move(object), std::move(text));
 }
 
 std::string CodepointReporter::textOfValue(const Json& value) {

@@ -31,10 +31,17 @@ struct ReportField {
 class CodepointReporter {
  public:
   // The escapes field writes XHTML references with the given entities, numeric ones without.
+  // With showProgress, a read of the Unihan files that a codepoint sets off draws a progress bar.
   explicit CodepointReporter(QNUnicodeDatabase& database,
-                             std::shared_ptr<const QNXHTMLDatabase> entities = nullptr)
+                             std::shared_ptr<const QNXHTMLDatabase> entities = nullptr,
+                             bool showProgress = false)
       : _database(database),
-        _entities(entities ? std::move(entities) : std::make_shared<QNXHTMLDatabase>()) {}
+        _entities(entities ? std::move(entities) : std::make_shared<QNXHTMLDatabase>()),
+        _showProgress(showProgress) {}
+
+  // True when the codepoint lies in a block of ideographs, which alone have Unihan entries: the
+  // Unihan files are read for no other codepoint.
+  bool mayHaveUnihanData(uint32_t codepoint);
 
   std::vector<ReportField> fields(uint32_t codepoint);
   // "U+XXXX" and the character, then the properties, one per line, values aligned.
@@ -49,8 +56,13 @@ class CodepointReporter {
  private:
   const QNUnicodeNamesList_CharEntry* namesListEntry(uint32_t codepoint);
 
+  // The codepoint's Unihan entry as a JSON object (numbers for the numeric keys) and as text
+  // lines "key  value" sorted by key; none without an entry.
+  std::optional<std::pair<Json, std::string>> unihanEntry(uint32_t codepoint);
+
   QNUnicodeDatabase& _database;
   std::shared_ptr<const QNXHTMLDatabase> _entities;
+  bool _showProgress;
   // Whether the names list was asked for, and whether it could be read then.
   bool _namesListTried = false;
   bool _namesListRead = false;

@@ -90,7 +90,9 @@ std::string MissingFileDelegate::messageForPrefix(const std::string& prefix) con
 
 Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool withInformationFile,
            bool withDefaultData)
-    : _entityDirectory(defaults.entityDirectory), _json(options.json) {
+    : _entityDirectory(defaults.entityDirectory),
+      _json(options.json),
+      _showsProgress(!options.noProgress && isatty(STDERR_FILENO)) {
   if (options.dataDirectories.empty()) {
     if (fs::is_directory(defaults.dataDirectory)) {
       _dataDirectories.push_back(defaults.dataDirectory);

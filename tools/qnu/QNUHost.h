@@ -45,6 +45,7 @@ struct CommonOptions {
   std::vector<std::string> descriptionDirectories;  // likewise
   std::optional<std::string> infoFile;
   bool json = false;
+  bool noProgress = false;  // no progress bar, even on a terminal
 };
 
 // A failure whose diagnostic is already on standard error: main only exits with kExitBadInput.
@@ -94,6 +95,9 @@ class Host {
   const std::string& infoFile() const { return _infoFile; }
   const MissingFileDelegate& delegate() const { return *_delegate; }
   bool json() const { return _json; }
+  // Whether long reads (Unihan) draw a progress bar: standard error is a terminal and the user
+  // did not turn it off.
+  bool showsProgress() const { return _showsProgress; }
 
   // True when a reader reported a missing file; main then exits with kExitBadInput after the
   // command's output, so that partial data never passes unnoticed.
@@ -115,6 +119,7 @@ class Host {
   std::string _entityDirectory;
   std::shared_ptr<QNXHTMLDatabase> _XHTMLDatabase;
   bool _json;
+  bool _showsProgress;
   std::shared_ptr<MissingFileDelegate> _delegate;
   std::shared_ptr<QNUnicodeDatabase> _database;
 };

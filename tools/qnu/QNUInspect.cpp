@@ -24,7 +24,8 @@ int runInspect(Host& host, const InspectOptions& options) {
   // needs no memory for what is already written; a terminal sees every codepoint at once, a
   // pipe or file gets full buffers.
   const bool interactive = isatty(fileno(stdout));
-  CodepointReporter reporter(host.database(), host.XHTMLDatabase(std::nullopt, false));
+  CodepointReporter reporter(host.database(), host.XHTMLDatabase(std::nullopt, false),
+                             host.showsProgress());
   bool first = true;
   for (const CodepointRange& run : runs) {
     for (uint64_t codepoint = run.first; codepoint <= run.last; ++codepoint) {

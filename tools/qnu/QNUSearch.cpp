@@ -8,6 +8,7 @@
 #include "QNUArguments.h"
 #include "QNUCommands.h"
 #include "QNUOutput.h"
+#include "QNUProgress.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
@@ -112,6 +113,7 @@ int runSearch(Host& host, const SearchOptions& options) {
   // Without --unihan the lookup leaves the Unihan definitions out and so never reads the Unihan
   // files; both are the same lookup when there are none. Only the keys that match are sorted,
   // each with the codepoint the lookup maps it to.
+  if (options.unihan) readUnihanWithProgress(database, host.showsProgress());
   const auto keys = database.sortedNameLookupKeysPassingTest(selects, options.unihan);
   if (!keys) return kExitSuccess;
 

@@ -148,6 +148,9 @@ int main(int argc, char** argv) {
                        "data files (read by data, the one command that shows versions)",
                        "FILE");
   app.add_flag("--json", common.json, "Write JSON (JSON Lines for inspect and search)");
+  app.add_flag("--no-progress", common.noProgress,
+               "Draw no progress bar on standard error while the Unihan files are read (it is "
+               "drawn only when standard error is a terminal)");
   bool showLog = false;
   app.add_flag("--log", showLog,
                "Show the library's log lines (notes on the data files) on standard error; "
