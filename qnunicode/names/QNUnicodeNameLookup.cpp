@@ -17,6 +17,7 @@
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/records/QNUnicodeConcreteData.h"
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNMappedFile.h"
@@ -63,13 +64,6 @@ size_t writeNameKey(char16_t* out, const QNUnicodeConcreteData::StoredText& name
   return static_cast<size_t>(out - start) + writeCodeSuffix(out, codepoint);
 }
 
-char16_t asciiUpper(char16_t u) {
-  return (u >= u'a' && u <= u'z') ? u - 32 : u;
-}
-char16_t asciiLower(char16_t u) {
-  return (u >= u'A' && u <= u'Z') ? u + 32 : u;
-}
-
 // The simple case mapping of one codepoint as this database's UnicodeData gives it; the
 // codepoint itself when it has none.
 uint32_t simpleCaseMapping(QNUnicodeDatabase& database, uint32_t codepoint, bool upper) {
@@ -93,38 +87,27 @@ void caseMap(QNUnicodeDatabase* readDatabase, std::u16string_view text, bool upp
   char16_t* out = result.data();
   for (const char16_t u : text) {
     if (u >= 0x80) break;
-    *out++ = upper ? asciiUpper(u) : asciiLower(u);
+    *out++ = upper ? qnunicode::asciiUppercase(u) : qnunicode::asciiLowercase(u);
   }
   if (out == result.data() + text.size()) return;
   result.clear();
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
+  for (size_t i = 0; i < text.size();) {
+    const qnunicode::UTF16Codepoint read = qnunicode::codepointAt(text, i);
+    i += read.length;
+    uint32_t c = read.codepoint;
     if (c < 0x80) {
-      result.push_back(upper ? asciiUpper(text[i]) : asciiLower(text[i]));
-      continue;
+      c = upper ? qnunicode::asciiUppercase(c) : qnunicode::asciiLowercase(c);
+    } else if (readDatabase && !qnunicode::isSurrogate(c)) {
+      c = simpleCaseMapping(*readDatabase, c, upper);
     }
-    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
-      c = 0x10000 + (((c & 0x3FF) << 10) | (text[i + 1] & 0x3FF));
-      ++i;
-    }
-    if (readDatabase && (c & 0xF800) != 0xD800) c = simpleCaseMapping(*readDatabase, c, upper);
-    result.append(QNUnicode::stringWithCodepoint(c));
+    qnunicode::appendUTF16(result, c);
   }
 }
 
 // Appends one UTF-16 unit in the UTF-8 form of its value: comparing such bytes compares the
 // units by value, one to three bytes each.
 void appendOrderedBytes(std::string& bytes, char16_t unit) {
-  if (unit < 0x80) {
-    bytes.push_back(static_cast<char>(unit));
-  } else if (unit < 0x800) {
-    bytes.push_back(static_cast<char>(0xC0 | (unit >> 6)));
-    bytes.push_back(static_cast<char>(0x80 | (unit & 0x3F)));
-  } else {
-    bytes.push_back(static_cast<char>(0xE0 | (unit >> 12)));
-    bytes.push_back(static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
-    bytes.push_back(static_cast<char>(0x80 | (unit & 0x3F)));
-  }
+  qnunicode::appendUTF8(bytes, unit);
 }
 
 // Sorts keys of a lookup without regard to case: compared unit by unit after lower-casing, keys

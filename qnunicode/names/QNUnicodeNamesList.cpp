@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNMappedFile.h"
 
@@ -25,11 +26,12 @@ constexpr const char* sourceFileName() {
 }
 
 bool containsIgnoringASCIICase(std::u16string_view text, std::u16string_view needle) {
-  const auto lower = [](char16_t u) -> char16_t { return (u >= u'A' && u <= u'Z') ? u + 32 : u; };
   if (needle.size() > text.size()) return false;
   for (size_t start = 0; start + needle.size() <= text.size(); ++start) {
     size_t i = 0;
-    while (i < needle.size() && lower(text[start + i]) == lower(needle[i])) ++i;
+    while (i < needle.size() &&
+           qnunicode::asciiLowercase(text[start + i]) == qnunicode::asciiLowercase(needle[i]))
+      ++i;
     if (i == needle.size()) return true;
   }
   return false;
@@ -56,13 +58,6 @@ bool isWellFormedUTF8(std::string_view bytes) {
     i = end;
   }
   return true;
-}
-
-int hexDigitValue(uint32_t u) {
-  if (u >= '0' && u <= '9') return static_cast<int>(u - '0');
-  if (u >= 'a' && u <= 'f') return static_cast<int>(u - 'a' + 10);
-  if (u >= 'A' && u <= 'F') return static_cast<int>(u - 'A' + 10);
-  return -1;
 }
 
 }  // namespace
@@ -171,12 +166,13 @@ class NamesListBuilder {
   static size_t hexNumberAt(const Unit* text, size_t size, size_t position, uint32_t* value) {
     if (position + 2 < size && text[position] == '0' &&
         (text[position + 1] == 'x' || text[position + 1] == 'X') &&
-        hexDigitValue(text[position + 2]) >= 0) {
+        qnunicode::hexDigitValue(text[position + 2]) >= 0) {
       position += 2;
     }
     const size_t first = position;
     uint64_t result = 0;
-    for (int digit; position < size && (digit = hexDigitValue(text[position])) >= 0; ++position) {
+    for (int digit; position < size && (digit = qnunicode::hexDigitValue(text[position])) >= 0;
+         ++position) {
       result = std::min<uint64_t>((result << 4) | static_cast<uint64_t>(digit), 0x100000000u);
     }
     if (position == first) return 0;

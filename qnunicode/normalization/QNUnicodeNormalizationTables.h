@@ -30,53 +30,20 @@
 #include <unordered_map>
 #include <vector>
 
+#include "qnunicode/normalization/QNUnicodeCanonicalOrdering.h"
+#include "qnunicode/normalization/QNUnicodeCodepointTrie.h"
+#include "qnunicode/normalization/QNUnicodeHangulConstants.h"
 #include "qnunicode/strings/UnicodeString.h"
 
 class QNUnicodeDatabase;
 
 namespace qnunicode::detail {
 
-// A codepoint of the working list with its combining class (signed, as the forms compare it).
-struct NormalizationElement {
-  uint32_t codepoint;
-  int32_t combiningClass;
-  bool operator==(const NormalizationElement&) const = default;
-};
-
 // Counts in 64 bits; they are stored truncated to 32 bits, as a 32-bit counter would wrap.
 struct NormalizationCounts {
   uint64_t decompositionReplacements = 0;
   uint64_t reorderings = 0;
   uint64_t compositionReplacements = 0;
-};
-
-// 0x110000 values in 64-codepoint blocks, identical blocks stored once.
-class CodepointTrie {
- public:
-  static constexpr uint32_t kBlockShift = 6;
-  static constexpr uint32_t kBlockSize = 1u << kBlockShift;
-
-  CodepointTrie() = default;
-  // From one value per codepoint 0 to 0x10FFFF.
-  explicit CodepointTrie(const std::vector<uint32_t>& values);
-
-  // 0 above 0x10FFFF.
-  uint32_t get(uint32_t codepoint) const {
-    if (codepoint > 0x10FFFF) return 0;
-    return getBelowLimit(codepoint);
-  }
-  uint32_t getBelowLimit(uint32_t codepoint) const {
-    return _values[(static_cast<uint32_t>(_blocks[codepoint >> kBlockShift]) << kBlockShift) +
-                   (codepoint & (kBlockSize - 1))];
-  }
-  size_t memorySize() const {
-    return _blocks.size() * sizeof(uint16_t) + _values.size() * sizeof(uint32_t);
-  }
-
- private:
-  // Per block of 64 codepoints, the number of its stored block (at most 0x4400 of them).
-  std::vector<uint16_t> _blocks;
-  std::vector<uint32_t> _values;
 };
 
 class NormalizationTables {
@@ -141,6 +108,8 @@ class NormalizationTables {
 
  private:
   friend class NormalizationTablesBuilder;
+  template <typename Sink>
+  friend class NormalizationRun;
 
   static constexpr uint32_t kCodepointLimit = 0x110000;
 
@@ -185,11 +154,6 @@ class NormalizationTables {
   // Makes the trie and the BMP flags from one value per codepoint.
   void rebuildTrie(const std::vector<uint32_t>& values);
 
-  template <typename Sink>
-  void run(std::u16string_view text, Form form, Sink& sink, NormalizationCounts& counts) const;
-  template <typename Sink>
-  void appendSingle(uint32_t codepoint, uint32_t value, Form form, Sink& sink,
-                    NormalizationCounts& counts) const;
   // Appends the codepoint's decomposition (or the codepoint) to the working list.
   void appendDecomposition(uint32_t codepoint, uint32_t value, uint32_t mode,
                            std::vector<NormalizationElement>& work,
@@ -217,5 +181,30 @@ class NormalizationTables {
   // No pair of the map involves a conjoining jamo, so jamo compose by the Hangul pass alone.
   bool _jamoComposeAlone = false;
 };
+
+// Used by the normalizer for every piece and by the builder for single results.
+[[gnu::always_inline]] inline void NormalizationTables::appendDecomposition(
+    uint32_t codepoint, uint32_t value, uint32_t mode, std::vector<NormalizationElement>& work,
+    NormalizationCounts& counts) const {
+  if (value & kSimpleBit) {
+    work.push_back({codepoint, static_cast<int32_t>((value >> kPayloadShift) & 0xFF)});
+    return;
+  }
+  if (value & kHangulBit) {
+    uint32_t jamo[3];
+    const size_t count = hangul::decomposeSyllable(codepoint, jamo);
+    for (size_t i = 0; i < count; ++i) work.push_back({jamo[i], 0});
+    counts.decompositionReplacements += 1;
+    return;
+  }
+  const Info& codepointInfo = _infos[value >> kPayloadShift];
+  if (codepointInfo.decomposes & (1 << mode)) {
+    const NormalizationElement* first = _elements.data() + codepointInfo.decompositionOffset[mode];
+    work.insert(work.end(), first, first + codepointInfo.decompositionLength[mode]);
+    counts.decompositionReplacements += codepointInfo.decompositionCount[mode];
+  } else {
+    work.push_back({codepoint, codepointInfo.combiningClass});
+  }
+}
 
 }  // namespace qnunicode::detail

@@ -4,8 +4,9 @@
 #include <array>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
-#include "qnunicode/util/QNDataFile.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 
@@ -157,7 +158,7 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
   };
   for (size_t i = 0; i < length;) {
     const char16_t unit = in[i];
-    if ((unit & 0xF800) != 0xD800) {
+    if (!qnunicode::isSurrogate(unit)) {
       const std::u16string_view folded = find(unit);
       if (folded.empty()) {
         target[written++] = unit;
@@ -170,15 +171,9 @@ UnicodeString QNUnicodeCaseFoldingTable::foldWith(std::u16string_view string,
       continue;
     }
     // A surrogate: a pair is one codepoint; a high surrogate takes the unit after it along.
-    uint32_t codepoint = unit;
-    size_t step = 1;
-    if ((unit & 0xFC00) == 0xD800 && i + 1 < length) {
-      const uint32_t next = in[i + 1];
-      if ((next & 0xFC00) == 0xDC00) {
-        codepoint = 0x10000 + ((codepoint & 0x3FF) << 10) + (next & 0x3FF);
-      }
-      step = 2;
-    }
+    const qnunicode::UTF16Codepoint walked = qnunicode::codepointWalkStep(in, length, i);
+    const uint32_t codepoint = walked.codepoint;
+    const size_t step = walked.length;
     const std::u16string_view folded = find(codepoint);
     if (folded.empty()) {
       target[written++] = unit;

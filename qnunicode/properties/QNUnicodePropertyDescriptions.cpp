@@ -6,10 +6,11 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
-#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/properties/QNUnicodeLineBreak.h"
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
+#include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNLog.h"
 #include "qnunicode/util/QNScanner.h"
 #include "qnunicode/util/QNStringAdditions.h"
@@ -26,25 +27,6 @@ std::u16string_view trimmedOfBlanksAndTabs(std::u16string_view text) {
   while (!text.empty() && isBlankOrTab(text.front())) text.remove_prefix(1);
   while (!text.empty() && isBlankOrTab(text.back())) text.remove_suffix(1);
   return text;
-}
-
-// The lower-case form of a text, codepoint by codepoint and the same whatever the user's locale.
-UnicodeString lowercased(std::u16string_view text) {
-  UnicodeString result;
-  result.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c < 0x80) {
-      result.push_back(static_cast<char16_t>(c >= u'A' && c <= u'Z' ? c + 0x20 : c));
-      continue;
-    }
-    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
-      c = 0x10000 + ((c & 0x3FF) << 10) + (text[i + 1] & 0x3FF);
-      ++i;
-    }
-    result += QNUnicode::stringWithCodepoint(qnunicode::detail::lowercaseCodepoint(c));
-  }
-  return result;
 }
 
 // The description of a value: its aliases joined by one blank, or none without an entry.
@@ -77,7 +59,7 @@ namespace {
 UnicodeString aliasField(std::string_view field, bool lowercase) {
   if (!qnunicode::isASCII(field)) {
     const UnicodeString text = qnunicode::utf16FromUTF8(field);
-    return lowercase ? lowercased(trimmedOfBlanksAndTabs(text))
+    return lowercase ? qnunicode::detail::lowercasedString(trimmedOfBlanksAndTabs(text))
                      : UnicodeString(trimmedOfBlanksAndTabs(text));
   }
   while (!field.empty() && (field.front() == ' ' || field.front() == '\t')) field.remove_prefix(1);
@@ -85,7 +67,7 @@ UnicodeString aliasField(std::string_view field, bool lowercase) {
   UnicodeString result(field.size(), u'\0');
   for (size_t i = 0; i < field.size(); ++i) {
     const char c = field[i];
-    result[i] = static_cast<char16_t>(lowercase && c >= 'A' && c <= 'Z' ? c + 0x20 : c);
+    result[i] = static_cast<char16_t>(lowercase ? qnunicode::asciiLowercase(c) : c);
   }
   return result;
 }
@@ -196,7 +178,7 @@ bool QNUnicodeDatabase::readPropertyValueAliases() {
 const QNUnicodePropertyValueMap* QNUnicodeDatabase::propertyValueAliasesForProperty(
     std::u16string_view property) {
   const std::shared_ptr<const QNUnicodePropertyValueAliases> table = propertyValueAliases();
-  const auto values = table->find(lowercased(property));
+  const auto values = table->find(qnunicode::detail::lowercasedString(property));
   return values == table->end() ? nullptr : &values->second;
 }
 
@@ -234,7 +216,7 @@ std::shared_ptr<QNUnicodeDescriptionTable> QNUnicodeDatabase::readDescriptionFil
     if (!line.empty() && line[0] == u'#') continue;
     const std::vector<std::u16string_view> fields = qnunicode::splitAt(line, u'\t');
     if (fields.size() != 2) continue;
-    (*table)[lowercased(fields[0])] = UnicodeString(fields[1]);
+    (*table)[qnunicode::detail::lowercasedString(fields[0])] = UnicodeString(fields[1]);
   }
   return table;
 }
@@ -258,22 +240,25 @@ std::optional<UnicodeString> QNUnicodeDatabase::generalCategoryDescriptionForCod
     uint32_t codepoint) {
   const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
   if (!record) return std::nullopt;
-  return describe(generalCategories(), lowercased(record->generalCategory()));
+  return describe(generalCategories(),
+                  qnunicode::detail::lowercasedString(record->generalCategory()));
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::bidirectionalCategoryDescriptionForCodepoint(
     uint32_t codepoint) {
   const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
   if (!record) return std::nullopt;
-  return describe(bidirectionalCategories(), lowercased(record->bidirectionalCategory()));
+  return describe(bidirectionalCategories(),
+                  qnunicode::detail::lowercasedString(record->bidirectionalCategory()));
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::lineBreakDescriptionForCodepoint(
     uint32_t codepoint) {
   const std::shared_ptr<const QNUnicodeData> record = unicodeDataForCodepoint(codepoint);
   if (!record) return std::nullopt;
-  return describe(lineBreakDescriptions(),
-                  lowercased(QNUnicode_StringForLineBreakClass(record->lineBreak())));
+  return describe(
+      lineBreakDescriptions(),
+      qnunicode::detail::lowercasedString(QNUnicode_StringForLineBreakClass(record->lineBreak())));
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::combiningClassDescriptionForCodepoint(
@@ -290,7 +275,8 @@ std::optional<UnicodeString> QNUnicodeDatabase::arabicShapingJoiningTypeDescript
   const std::shared_ptr<const QNUnicodeArabicShaping> shaping =
       arabicShapingForCodepoint(codepoint);
   if (!shaping) return std::nullopt;
-  return describe(arabicShapingJoiningTypeDescriptions(), lowercased(shaping->joiningType()));
+  return describe(arabicShapingJoiningTypeDescriptions(),
+                  qnunicode::detail::lowercasedString(shaping->joiningType()));
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::mappingDescriptionForCodepoint(uint32_t codepoint) {

@@ -12,24 +12,7 @@ UnicodeString matchableUnicodePropertyString(std::u16string_view s) {
   for (char16_t unit : s) {
     if (unit != u' ' && unit != u'-' && unit != u'_') kept.push_back(unit);
   }
-  UnicodeString result;
-  result.reserve(kept.size());
-  for (size_t i = 0; i < kept.size(); ++i) {
-    uint32_t c = kept[i];
-    if ((c & 0xFC00) == 0xD800 && i + 1 < kept.size() && (kept[i + 1] & 0xFC00) == 0xDC00) {
-      c = (((c & 0x3FF) << 10) | (kept[i + 1] & 0x3FF)) + 0x10000;
-      ++i;
-    }
-    c = qnunicode::detail::lowercaseCodepoint(c);
-    if (c < 0x10000) {
-      result.push_back(static_cast<char16_t>(c));
-    } else {
-      c -= 0x10000;
-      result.push_back(static_cast<char16_t>(0xD800 | (c >> 10)));
-      result.push_back(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
-    }
-  }
-  return result;
+  return qnunicode::detail::lowercasedString(kept);
 }
 
 bool isEqualToUnicodePropertyString(std::u16string_view s, std::u16string_view other) {

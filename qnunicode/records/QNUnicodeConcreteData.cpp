@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
 
 using qnunicode::QNScanner;
@@ -109,17 +110,9 @@ std::optional<uint32_t> plainDigitsValue(std::string_view field, uint32_t base) 
   if (field.empty()) return std::nullopt;
   uint32_t value = 0;
   for (const char byte : field) {
-    uint32_t digit;
-    if (byte >= '0' && byte <= '9') {
-      digit = static_cast<uint32_t>(byte - '0');
-    } else if (base == 16 && byte >= 'A' && byte <= 'F') {
-      digit = static_cast<uint32_t>(byte - 'A' + 10);
-    } else if (base == 16 && byte >= 'a' && byte <= 'f') {
-      digit = static_cast<uint32_t>(byte - 'a' + 10);
-    } else {
-      return std::nullopt;
-    }
-    value = value * base + digit;
+    const int digit = qnunicode::hexDigitValue(static_cast<uint8_t>(byte));
+    if (digit < 0 || static_cast<uint32_t>(digit) >= base) return std::nullopt;
+    value = value * base + static_cast<uint32_t>(digit);
   }
   return value;
 }

@@ -48,6 +48,16 @@ constexpr UTF16Codepoint codepointAt(std::u16string_view text, size_t position) 
   return codepointAt(text.data(), text.size(), position);
 }
 
+// One step of the codepoint walk from `position` (< size): the codepoint there, and in `length`
+// the units the walk moves on by. These are codepointAt's, but for the walk's one exception: after
+// an unpaired high surrogate that has a unit after it, the walk moves on two units, passing over
+// that unit.
+constexpr UTF16Codepoint codepointWalkStep(const char16_t* text, size_t size, size_t position) {
+  UTF16Codepoint step = codepointAt(text, size, position);
+  if (step.length == 1 && isHighSurrogate(step.codepoint) && position + 1 < size) step.length = 2;
+  return step;
+}
+
 // The codepoint that ends just before `end` (> 0), read backwards by the same policy.
 constexpr UTF16Codepoint codepointBefore(std::u16string_view text, size_t end) {
   if (end >= 2 && isLowSurrogate(text[end - 1]) && isHighSurrogate(text[end - 2])) {

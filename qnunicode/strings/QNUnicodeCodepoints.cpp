@@ -1,5 +1,6 @@
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNExceptions.h"
 #include "qnunicode/util/QNLog.h"
@@ -9,29 +10,10 @@ namespace QNUnicode {
 
 namespace {
 
-constexpr bool isHighSurrogate(uint32_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
-constexpr bool isLowSurrogate(uint32_t unit) {
-  return (unit & 0xFC00) == 0xDC00;
-}
-constexpr uint32_t joinPair(uint32_t high, uint32_t low) {
-  return (((high & 0x3FF) << 10) | (low & 0x3FF)) + 0x10000;
-}
+using qnunicode::codepointAt;
 
 [[noreturn]] void throwIndexOutOfRange(int32_t index) {
   throw QNRangeException(QNFormat("UTF32 Index %i out of range", index));
-}
-
-// True when the units at position and position + 1 form a surrogate pair.
-inline bool isPairAt(std::u16string_view s, size_t position) {
-  return isHighSurrogate(s[position]) && position + 1 < s.size() && isLowSurrogate(s[position + 1]);
-}
-
-// The units of one codepoint counted the way UTF32Length counts: a pair is two units, every
-// other unit (an unpaired surrogate included) is one.
-inline size_t unitsOfCodepointAt(std::u16string_view s, size_t position) {
-  return isPairAt(s, position) ? 2 : 1;
 }
 
 // The unit offset of codepoint index `index` (counted as UTF32Length counts), or s.size() when
@@ -40,30 +22,24 @@ bool unitOffsetOfCodepointIndex(std::u16string_view s, int64_t index, size_t* of
   size_t position = 0;
   for (int64_t k = 0; k < index; ++k) {
     if (position >= s.size()) return false;
-    position += unitsOfCodepointAt(s, position);
+    position += codepointAt(s, position).length;
   }
   *offset = position;
   return true;
-}
-
-void appendCodepoint(UnicodeString& out, uint32_t codepoint) {
-  const uint32_t code = UTF16CodeForCode(codepoint);
-  out.push_back(static_cast<char16_t>(code & 0xFFFF));
-  if (code >> 16) out.push_back(static_cast<char16_t>(code >> 16));
 }
 
 }  // namespace
 
 UnicodeString stringWithCodepoint(uint32_t codepoint) {
   UnicodeString result;
-  appendCodepoint(result, codepoint);
+  qnunicode::appendUTF16(result, codepoint);
   return result;
 }
 
 uint32_t UTF16CodeForCode(uint32_t codepoint) {
-  if (codepoint < 0x10000) return codepoint;
-  const uint32_t v = codepoint - 0x10000;
-  return (0xD800 | ((v >> 10) & 0x3FF)) | ((0xDC00 | (v & 0x3FF)) << 16);
+  char16_t units[2] = {0, 0};
+  qnunicode::writeUTF16(units, codepoint);
+  return units[0] | (static_cast<uint32_t>(units[1]) << 16);
 }
 
 std::optional<UnicodeString> UTF8RepresentationOfCodepoint(uint32_t codepoint,
@@ -72,7 +48,7 @@ std::optional<UnicodeString> UTF8RepresentationOfCodepoint(uint32_t codepoint,
     throw QNInvalidArgumentException("numberSystem must be 16 or 8");
   }
   const bool hexadecimal = numberSystem == 16;
-  if ((codepoint & 0xFFFFF800) == 0xD800) return std::nullopt;
+  if (qnunicode::isSurrogate(codepoint)) return std::nullopt;
   const std::string bytes = qnunicode::toUTF8(stringWithCodepoint(codepoint));
   if (bytes.empty()) return std::nullopt;
   // U+0000 keeps the "0x" even without a prefix.
@@ -104,9 +80,7 @@ uint32_t codepointAtUnicharIndex(std::u16string_view s, int32_t index, bool high
   // A negative index, taken as unsigned, is never below the length.
   if (static_cast<uint64_t>(static_cast<int64_t>(index)) >= s.size()) throwIndexOutOfRange(index);
   const size_t position = static_cast<size_t>(index);
-  const uint32_t unit = s[position];
-  if (!higherPlanes || !isPairAt(s, position)) return unit;
-  return joinPair(unit, s[position + 1]);
+  return higherPlanes ? codepointAt(s, position).codepoint : s[position];
 }
 
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromCharacterOffset,
@@ -117,22 +91,17 @@ uint32_t codepointAtIndex(std::u16string_view s, int32_t index, int32_t fromChar
     throwIndexOutOfRange(index);
   }
   size_t position = static_cast<size_t>(fromCharacterOffset);
+  // Counting codepoints steps over a pair as one and over an unpaired surrogate as one.
   for (int32_t k = 0; k < index; ++k) {
-    position += unitsOfCodepointAt(s, position);
+    position += codepointAt(s, position).length;
     if (position >= s.size()) throwIndexOutOfRange(index);
   }
-  const uint32_t unit = s[position];
-  uint32_t result = unit;
-  size_t next = position + 1;
-  if (isHighSurrogate(unit) && position + 1 < s.size()) {
-    // After a high surrogate the walk goes on two units further, paired or not.
-    if (isLowSurrogate(s[position + 1])) result = joinPair(unit, s[position + 1]);
-    next = position + 2;
-  }
+  const qnunicode::UTF16Codepoint step = qnunicode::codepointWalkStep(s.data(), s.size(), position);
+  const size_t next = position + step.length;
   if (nextCodepointCharacterOffset) {
     *nextCodepointCharacterOffset = next < s.size() ? static_cast<int32_t>(next) : -1;
   }
-  return result;
+  return step.codepoint;
 }
 
 uint32_t codepointAtIndex(std::u16string_view s, int32_t index) {
@@ -140,14 +109,9 @@ uint32_t codepointAtIndex(std::u16string_view s, int32_t index) {
 }
 
 int32_t UTF32Length(std::u16string_view s) {
-  size_t length = s.size();
-  for (size_t i = 0; i + 1 < s.size(); ++i) {
-    if (isHighSurrogate(s[i]) && isLowSurrogate(s[i + 1])) {
-      --length;
-      ++i;
-    }
-  }
-  return static_cast<int32_t>(length);
+  int32_t length = 0;
+  for (size_t i = 0; i < s.size(); i += codepointAt(s, i).length) ++length;
+  return length;
 }
 
 std::vector<UnicodeString> codepoints(std::u16string_view s) {
@@ -220,10 +184,9 @@ UnicodeString stringWithoutLeadingCharactersFromSet(std::u16string_view s,
                                                     const CodepointSet& set) {
   size_t position = 0;
   while (position < s.size()) {
-    const bool pair = isPairAt(s, position);
-    const uint32_t character = pair ? joinPair(s[position], s[position + 1]) : s[position];
-    if (!set.contains(character)) return UnicodeString(s.substr(position));
-    position += pair ? 2 : 1;
+    const qnunicode::UTF16Codepoint read = codepointAt(s, position);
+    if (!set.contains(read.codepoint)) return UnicodeString(s.substr(position));
+    position += read.length;
   }
   return UnicodeString();
 }
@@ -232,10 +195,9 @@ UnicodeString stringWithoutTrailingCharactersFromSet(std::u16string_view s,
                                                      const CodepointSet& set) {
   size_t end = s.size();
   while (end > 0) {
-    const bool pair = end >= 2 && isLowSurrogate(s[end - 1]) && isHighSurrogate(s[end - 2]);
-    const uint32_t character = pair ? joinPair(s[end - 2], s[end - 1]) : s[end - 1];
-    if (!set.contains(character)) return UnicodeString(s.substr(0, end));
-    end -= pair ? 2 : 1;
+    const qnunicode::UTF16Codepoint read = qnunicode::codepointBefore(s, end);
+    if (!set.contains(read.codepoint)) return UnicodeString(s.substr(0, end));
+    end -= read.length;
   }
   return UnicodeString();
 }
@@ -276,7 +238,7 @@ UnicodeString stringByRemovingCodepointsAtIndexes(std::u16string_view s,
   result.reserve(s.size());
   size_t position = 0;
   for (uint32_t k = 0; position < s.size(); ++k) {
-    const size_t units = unitsOfCodepointAt(s, position);
+    const size_t units = codepointAt(s, position).length;
     if (!indexes.contains(k)) result.append(s.substr(position, units));
     position += units;
   }
@@ -297,7 +259,7 @@ std::vector<UnicodeString> componentsSeparatedByCodepoint(std::u16string_view s,
         pieces.push_back(std::move(piece));
         piece = UnicodeString();
       } else {
-        appendCodepoint(piece, character);
+        qnunicode::appendUTF16(piece, character);
       }
     }
   }

@@ -8,37 +8,11 @@
 #include <emmintrin.h>
 #endif
 
+#include "qnunicode/strings/QNTextPrimitives.h"
+
 namespace qnunicode {
 
 namespace {
-
-void appendUTF8(std::string& out, uint32_t c) {
-  if (c < 0x80) {
-    out.push_back(static_cast<char>(c));
-  } else if (c < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  } else if (c < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  }
-}
-
-void appendUTF16(UnicodeString& out, uint32_t c) {
-  if (c < 0x10000) {
-    out.push_back(static_cast<char16_t>(c));
-  } else {
-    c -= 0x10000;
-    out.push_back(static_cast<char16_t>(0xD800 | (c >> 10)));
-    out.push_back(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
-  }
-}
 
 // Decodes the sequence at bytes[i] and answers its length. An ill-formed sequence answers
 // *valid false and the length of its maximal subpart: the longest start of a well-formed sequence
@@ -88,15 +62,10 @@ size_t decodeOne(std::string_view bytes, size_t i, uint32_t* codepoint, bool* va
 std::string toUTF8(std::u16string_view text) {
   std::string out;
   out.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if ((c & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
-      c = 0x10000 + (((c & 0x3FF) << 10) | (text[i + 1] & 0x3FF));
-      ++i;
-    } else if ((c & 0xF800) == 0xD800) {
-      c = 0xFFFD;
-    }
-    appendUTF8(out, c);
+  for (size_t i = 0; i < text.size();) {
+    const UTF16Codepoint read = codepointAt(text, i);
+    i += read.length;
+    appendUTF8(out, isSurrogate(read.codepoint) ? 0xFFFD : read.codepoint);
   }
   return out;
 }
@@ -125,13 +94,7 @@ std::optional<UnicodeString> decodeUTF8(std::string_view bytes) {
     bool valid;
     const size_t length = decodeOne(bytes, i, &c, &valid);
     if (!valid) return std::nullopt;
-    if (c < 0x10000) {
-      *write++ = static_cast<char16_t>(c);
-    } else {
-      c -= 0x10000;
-      *write++ = static_cast<char16_t>(0xD800 | (c >> 10));
-      *write++ = static_cast<char16_t>(0xDC00 | (c & 0x3FF));
-    }
+    write = writeUTF16(write, c);
     i += length;
   }
   out.resize(static_cast<size_t>(write - out.data()));
@@ -195,7 +158,7 @@ bool writeASCIILowercase(std::u16string_view text, char* out) {
   for (; i < text.size(); ++i) {
     const char16_t unit = text[i];
     if (unit >= 0x80) return false;
-    *out++ = static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 32 : unit);
+    *out++ = static_cast<char>(asciiLowercase(unit));
   }
   return true;
 }

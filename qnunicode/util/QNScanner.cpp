@@ -5,25 +5,16 @@
 #include <cstring>
 #include <limits>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
+
 namespace qnunicode {
 
 namespace {
 
 constexpr size_t kNoMatch = static_cast<size_t>(-1);
 
-constexpr int hexDigitValue(char16_t u) {
-  if (u >= u'0' && u <= u'9') return u - u'0';
-  if (u >= u'a' && u <= u'f') return u - u'a' + 10;
-  if (u >= u'A' && u <= u'F') return u - u'A' + 10;
-  return -1;
-}
-
-constexpr char16_t asciiLower(char16_t u) {
-  return (u >= u'A' && u <= u'Z') ? u + 32 : u;
-}
-
 bool isASCIILetter(char16_t u) {
-  return asciiLower(u) >= u'a' && asciiLower(u) <= u'z';
+  return asciiLowercase(u) >= u'a' && asciiLowercase(u) <= u'z';
 }
 
 // The number scans of both scanners, on code units or bytes. Each answers the position after the
@@ -33,7 +24,7 @@ bool isASCIILetter(char16_t u) {
 template <typename Char>
 size_t hexNumberEnd(std::basic_string_view<Char> text, size_t position, uint32_t* value) {
   // A byte above 0x7F widens to no digit.
-  const auto digitAt = [&](size_t i) { return hexDigitValue(static_cast<char16_t>(text[i])); };
+  const auto digitAt = [&](size_t i) { return hexDigitValue(static_cast<uint32_t>(text[i])); };
   if (position + 2 < text.size() && text[position] == '0' &&
       (text[position + 1] == 'x' || text[position + 1] == 'X') && digitAt(position + 2) >= 0) {
     position += 2;
@@ -125,7 +116,7 @@ bool QNScanner::matchesAt(size_t position, std::u16string_view literal) const {
   if (literal.empty() || position + literal.size() > _text.size()) return false;
   for (size_t i = 0; i < literal.size(); ++i) {
     const char16_t a = _text[position + i], b = literal[i];
-    if (a != b && (_caseSensitive || asciiLower(a) != asciiLower(b))) return false;
+    if (a != b && (_caseSensitive || asciiLowercase(a) != asciiLowercase(b))) return false;
   }
   return true;
 }

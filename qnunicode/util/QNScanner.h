@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/UnicodeString.h"
 
 namespace qnunicode {
@@ -158,10 +159,7 @@ class QNUTF8Scanner {
   static constexpr std::array<int8_t, 256> kHexDigitValues = [] {
     std::array<int8_t, 256> values{};
     for (int byte = 0; byte < 256; ++byte) {
-      values[byte] = static_cast<int8_t>(byte >= '0' && byte <= '9'   ? byte - '0'
-                                         : byte >= 'a' && byte <= 'f' ? byte - 'a' + 10
-                                         : byte >= 'A' && byte <= 'F' ? byte - 'A' + 10
-                                                                      : -1);
+      values[byte] = static_cast<int8_t>(hexDigitValue(static_cast<uint32_t>(byte)));
     }
     return values;
   }();

@@ -5,6 +5,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
 
 namespace qnunicode::detail {
@@ -28,11 +29,22 @@ const std::ctype<wchar_t>* unicodeCtype() {
 }  // namespace
 
 uint32_t lowercaseCodepoint(uint32_t codepoint) {
-  if (codepoint < 0x80) return (codepoint >= 'A' && codepoint <= 'Z') ? codepoint + 32 : codepoint;
+  if (codepoint < 0x80) return qnunicode::asciiLowercase(codepoint);
   static_assert(sizeof(wchar_t) == 4, "wchar_t holds a whole codepoint");
   const std::ctype<wchar_t>* facet = unicodeCtype();
   if (!facet || codepoint > 0x10FFFF) return codepoint;
   return static_cast<uint32_t>(facet->tolower(static_cast<wchar_t>(codepoint)));
+}
+
+UnicodeString lowercasedString(std::u16string_view text) {
+  UnicodeString result;
+  result.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    const UTF16Codepoint read = codepointAt(text, i);
+    appendUTF16(result, lowercaseCodepoint(read.codepoint));
+    i += read.length;
+  }
+  return result;
 }
 
 }  // namespace qnunicode::detail
@@ -47,13 +59,9 @@ constexpr bool isDigit(char16_t u) {
 
 // The lower-cased codepoint at position (a surrogate pair joined) and its unit count.
 uint32_t lowercasedAt(std::u16string_view s, size_t position, size_t* units) {
-  uint32_t c = s[position];
-  *units = 1;
-  if ((c & 0xFC00) == 0xD800 && position + 1 < s.size() && (s[position + 1] & 0xFC00) == 0xDC00) {
-    c = (((c & 0x3FF) << 10) | (s[position + 1] & 0x3FF)) + 0x10000;
-    *units = 2;
-  }
-  return qnunicode::detail::lowercaseCodepoint(c);
+  const qnunicode::UTF16Codepoint read = qnunicode::codepointAt(s, position);
+  *units = read.length;
+  return qnunicode::detail::lowercaseCodepoint(read.codepoint);
 }
 
 }  // namespace

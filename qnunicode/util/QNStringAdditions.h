@@ -72,4 +72,6 @@ UnicodeString fileSizeStringForByteCount(double byteCount);
 namespace qnunicode::detail {
 // The simple Unicode lower-case mapping of one codepoint, the same whatever the user's locale.
 uint32_t lowercaseCodepoint(uint32_t codepoint);
+// The text with every codepoint replaced by its lowercaseCodepoint, a surrogate pair taken as one.
+UnicodeString lowercasedString(std::u16string_view text);
 }  // namespace qnunicode::detail

@@ -10,6 +10,7 @@
 #include "QNUOutput.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
 
 namespace qnu {
@@ -38,7 +39,7 @@ void CaseBlindWordMatcher::fold(std::u16string_view text, UnicodeString& into) c
       into = _folding(UnicodeString(text));
       return;
     }
-    *out++ = (unit >= u'A' && unit <= u'Z') ? static_cast<char16_t>(unit + 0x20) : unit;
+    *out++ = qnunicode::asciiLowercase(unit);
   }
 }
 
