@@ -31,6 +31,7 @@ set(QNUNICODE_PUBLIC_HEADERS
   records/QNUnicodeData.h
   records/QNUnicodeDefaultData.h
   records/QNUnicodePointerData.h
+  strings/QNTextPrimitives.h
   strings/QNUnicodeCodepoints.h
   strings/UnicodeString.h
   util/CodepointSet.h
