@@ -129,12 +129,15 @@ std::string fileLine(const FileReport& report, size_t versionsWidth) {
       parsed = "not read";
   }
   parsed.resize(std::max<size_t>(parsed.size(), 23), ' ');
-  const std::string line = "found  " + versions + "  " + parsed + "  ";
-  std::string paths;
-  for (const std::string& path : report.paths) {
-    paths += (paths.empty() ? "" : "\n" + std::string(line.size(), ' ')) + path;
+  // Appended piece by piece: g++ 12 warns wrongly (-Wrestrict) about "..." + string in release.
+  std::string line = "found  ";
+  line.append(versions).append("  ").append(parsed).append("  ");
+  const size_t pathColumn = line.size();
+  for (size_t i = 0; i < report.paths.size(); ++i) {
+    if (i > 0) line.append("\n").append(pathColumn, ' ');
+    line.append(report.paths[i]);
   }
-  return line + paths;
+  return line;
 }
 
 Json jsonReport(Host& host, const std::vector<FileReport>& reports,
