@@ -200,12 +200,12 @@ int main(int argc, char** argv) {
   addData(app, selected, showsVersions);
   addNormtest(app, normtest, selected);
   addSearch(app, search, selected);
-  addCommonOptionsToCommandHelp(app);
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      addCommonOptionsToCommandHelp(app);  // help was asked for
       return qnu::finishStandardOutput(app.exit(error));
     }
     if (app.get_subcommands().empty()) {
