@@ -174,6 +174,7 @@ TEST(QnuCommandLine, MistypedCommandsAndNumbersAreNamedAndHelpShowsTheCommonOpti
       {{"--data", "/nowhere", "--json", "frobnicate", "x"},
        "unknown command 'frobnicate'" + commands},
       {{"--data=/nowhere", "frobnicate"}, "unknown command 'frobnicate'" + commands},
+      {{"--json", "--", "frobnicate"}, "unknown command 'frobnicate'" + commands},
       {{"--json"}, "no command given" + commands},
       {{}, "no command given" + commands},
   };

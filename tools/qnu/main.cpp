@@ -72,8 +72,6 @@ std::string unknownCommandMessage(CLI::App& qnu, int argc, char** argv) {
   }
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
-    if (argument == "--" && i + 1 < argc)
-      return "unknown command '" + std::string(argv[i + 1]) + "' (the commands: " + commands + ")";
     if (argument.size() > 1 && argument[0] == '-') {
       const CLI::Option* option =
           argument.find('=') == std::string::npos ? qnu.get_option_no_throw(argument) : nullptr;
