@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up a fresh Debian 12 machine (run as root): installs every package that the build, the
-# tests, the benchmarks and the host need, then configures and builds into build/.
+# tests, the benchmarks and the host need, then configures and builds into build/. Arguments are
+# passed on to cmake's configuration (scripts/test.sh passes -DQNUNICODE_WERROR=ON).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,5 +23,5 @@ if ((${#missing[@]})); then
   apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
 
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
 cmake --build build -j"$(nproc)"

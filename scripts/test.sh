@@ -1,16 +1,29 @@
 #!/usr/bin/env bash
-# The whole test suite: a normal build with ctest, then a second tree built with AddressSanitizer
-# and UndefinedBehaviorSanitizer with ctest again. Any failure fails the run.
+# The whole test suite; any failure fails the run. Every tree treats warnings as errors.
+#   build/           RelWithDebInfo, static library: everything, with ctest
+#   build-shared/    Release, shared library: the host linked to it, with the host's tests
+#   install test     build/ and build-shared/ installed and used by outside consumers
+#   build-sanitize/  Debug with AddressSanitizer and UndefinedBehaviorSanitizer, with ctest
+# The trees share the compiler cache, so a run after a small change rebuilds little.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
 
 # Installs whatever is missing and builds build/ (a no-op on a machine already set up).
-bash scripts/setup.sh
+bash scripts/setup.sh -DQNUNICODE_WERROR=ON
 ctest --test-dir build --output-on-failure -j"$jobs"
 
+# Only what this tree tests: the shared library, the host and the host's tests.
+cmake -S . -B build-shared -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
+  -DQNUNICODE_WERROR=ON -DQNUNICODE_BUILD_BENCHMARKS=OFF
+cmake --build build-shared -j"$jobs" --target qnu qnu_test
+build-shared/tools/qnu/qnu_test
+
+bash scripts/install-test.sh build
+bash scripts/install-test.sh build-shared
+
 cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=Debug -DQNUNICODE_SANITIZE=ON \
-  -DQNUNICODE_BUILD_BENCHMARKS=OFF -DCMAKE_CXX_FLAGS=-O1
+  -DQNUNICODE_WERROR=ON -DQNUNICODE_BUILD_BENCHMARKS=OFF -DCMAKE_CXX_FLAGS=-O1
 cmake --build build-sanitize -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build-sanitize --output-on-failure -j"$jobs"

@@ -1,5 +1,6 @@
 #include "QNUArguments.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "QNUHost.h"
@@ -69,6 +70,25 @@ std::string readStandardInput() {
   while ((count = std::fread(buffer, 1, sizeof buffer, stdin)) > 0) bytes.append(buffer, count);
   if (std::ferror(stdin)) throw UsageError("could not read standard input");
   return bytes;
+}
+
+std::vector<std::string> argumentsWithStandardInput(const std::vector<std::string>& arguments) {
+  if (arguments.empty()) return {std::string(kStandardInputArgument)};
+  if (std::ranges::count(arguments, kStandardInputArgument) > 1) {
+    throw UsageError("standard input ('-') can be read only once");
+  }
+  return arguments;
+}
+
+UnicodeString standardInputText(bool dropFinalLineEnd) {
+  std::string bytes = readStandardInput();
+  if (dropFinalLineEnd && bytes.ends_with('\n')) {
+    bytes.pop_back();
+    if (bytes.ends_with('\r')) bytes.pop_back();
+  }
+  std::optional<UnicodeString> text = qnunicode::decodeUTF8(bytes);
+  if (!text) throw UsageError("standard input is not valid UTF-8");
+  return std::move(*text);
 }
 
 }  // namespace qnu

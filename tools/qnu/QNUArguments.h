@@ -31,4 +31,15 @@ void appendCodepointsOfText(const UnicodeString& text, std::vector<CodepointRang
 // The whole of standard input as bytes.
 std::string readStandardInput();
 
+// Text commands read standard input where their text arguments say "-", and when they are given
+// none at all: the arguments of a command with "-" put in place of each such argument, or
+// {"-"} for none. Raises UsageError when "-" is given twice (there is one standard input).
+std::vector<std::string> argumentsWithStandardInput(const std::vector<std::string>& arguments);
+inline constexpr std::string_view kStandardInputArgument = "-";
+
+// The text of standard input, strictly decoded; raises UsageError "standard input is not valid
+// UTF-8". With dropFinalLineEnd, one final "\n" or "\r\n" (what echo and a terminal add) is
+// left out.
+UnicodeString standardInputText(bool dropFinalLineEnd);
+
 }  // namespace qnu

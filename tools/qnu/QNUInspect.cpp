@@ -8,14 +8,33 @@
 
 namespace qnu {
 
+namespace {
+
+constexpr const char* kWhiteSpace = " \t\r\n\f\v";
+
+}  // namespace
+
 int runInspect(Host& host, const InspectOptions& options) {
-  // Every argument is checked before anything is written.
+  // Every argument is checked before anything is written. Standard input holds text, or with
+  // --codepoint codepoints and ranges apart by white space.
   std::vector<CodepointRange> runs;
-  for (size_t i = 0; i < options.arguments.size(); ++i) {
-    if (options.codepoints) {
-      runs.push_back(parseCodepointArgument(options.arguments[i], i + 1));
+  const std::vector<std::string> arguments = argumentsWithStandardInput(options.arguments);
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] != kStandardInputArgument) {
+      if (options.codepoints) {
+        runs.push_back(parseCodepointArgument(arguments[i], i + 1));
+      } else {
+        appendCodepointsOfText(decodeArgument(arguments[i], i + 1), runs);
+      }
+    } else if (!options.codepoints) {
+      appendCodepointsOfText(standardInputText(true), runs);
     } else {
-      appendCodepointsOfText(decodeArgument(options.arguments[i], i + 1), runs);
+      const std::string input = qnunicode::toUTF8(standardInputText(false));
+      for (size_t start = input.find_first_not_of(kWhiteSpace); start != std::string::npos;) {
+        const size_t end = input.find_first_of(kWhiteSpace, start);
+        runs.push_back(parseCodepointArgument(input.substr(start, end - start), i + 1));
+        start = input.find_first_not_of(kWhiteSpace, end);
+      }
     }
   }
   host.requireUnicodeData();

@@ -11,14 +11,10 @@ int runNormalize(Host& host, const NormalizeOptions& options) {
   const bool compatibility = options.form.find('k') != std::string::npos;
   const bool compose = options.form.back() == 'c';
 
-  UnicodeString text;
-  if (options.text) {
-    text = decodeArgument(*options.text, 1);
-  } else {
-    std::optional<UnicodeString> input = qnunicode::decodeUTF8(readStandardInput());
-    if (!input) throw UsageError("standard input is not valid UTF-8");
-    text = std::move(*input);
-  }
+  // Standard input keeps its line ends: the result is the whole input normalized.
+  const bool fromArgument = options.text && *options.text != kStandardInputArgument;
+  const UnicodeString text =
+      fromArgument ? decodeArgument(*options.text, 1) : standardInputText(false);
   host.requireUnicodeData();
 
   // Line by line: a line feed is a starter that neither reorders nor composes with anything, so
@@ -50,7 +46,7 @@ int runNormalize(Host& host, const NormalizeOptions& options) {
     writeOut(jsonLine(report));
   } else {
     // Text given as an argument gets a line end; standard input keeps its own.
-    writeOut(qnunicode::toUTF8(result) + (options.text ? "\n" : ""), true);
+    writeOut(qnunicode::toUTF8(result) + (fromArgument ? "\n" : ""), true);
     std::fprintf(stderr,
                  "%s: %u decomposition replacements, %u reorderings, %u composition "
                  "replacements\n",

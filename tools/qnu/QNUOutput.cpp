@@ -1,6 +1,8 @@
 #include "QNUOutput.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
@@ -48,8 +50,15 @@ std::string jsonLine(const Json& value) {
 }
 
 void writeOut(std::string_view text, bool flush) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  if (flush) std::fflush(stdout);
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    throw OutputError(std::strerror(errno));
+  }
+  if (flush) checkStandardOutput(true);
+}
+
+void checkStandardOutput(bool flush) {
+  if (flush && std::fflush(stdout) != 0) throw OutputError(std::strerror(errno));
+  if (std::ferror(stdout)) throw OutputError("write error");
 }
 
 std::string TextTable::render(size_t indent) const {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -33,8 +34,18 @@ Json jsonTextList(const std::vector<UnicodeString>& texts);
 // library never hands out) is written with U+FFFD rather than failing.
 std::string jsonLine(const Json& value);
 
-// Writes to standard output; with flush set, the text leaves the process at once.
+// Standard output could not be written; what() names the reason ("No space left on device").
+// main ends the command with kExitOutputFailed and one line on standard error.
+class OutputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Writes to standard output; with flush set, the text leaves the process at once. Raises
+// OutputError as soon as a write fails, so that a long stream stops at the first failure.
 void writeOut(std::string_view text, bool flush = false);
+// Raises OutputError when standard output has failed; with flush set, flushes it first.
+void checkStandardOutput(bool flush);
 
 // Label and value lines whose values start in one column, the labels padded to the widest.
 // A value of several lines continues in the value column.

@@ -5,8 +5,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "QNUCommands.h"
 #include "QNUHost.h"
@@ -23,12 +28,69 @@ CLI::Option* addSingleValueOption(CLI::App& app, const std::string& name, T& int
   return app.add_option(name, into, description)->type_name(typeName)->allow_extra_args(false);
 }
 
+// A whole number from `minimum` to `maximum` (written in decimal digits only), with a message
+// that says so.
+CLI::Validator countFrom(uint64_t minimum, uint64_t maximum) {
+  const std::string range = std::to_string(minimum) + " to " + std::to_string(maximum);
+  return CLI::Validator(
+      [=](std::string& text) -> std::string {
+        uint64_t value = 0;
+        const char* end = text.data() + text.size();
+        const auto [stop, error] = std::from_chars(text.data(), end, value);
+        if (error == std::errc() && stop == end && value >= minimum && value <= maximum) return {};
+        return "'" + text + "' is not a whole number from " + range;
+      },
+      "N");
+}
+
+// Each command's help ends with the options that every command takes.
+void addCommonOptionsToCommandHelp(CLI::App& qnu) {
+  std::vector<std::pair<std::string, std::string>> rows;
+  size_t width = 0;
+  for (const CLI::Option* option : qnu.get_options()) {
+    std::string name = option->get_name();
+    if (name == "--help" || name == "--version") continue;
+    if (option->get_items_expected_min() > 0) name += " " + option->get_type_name();
+    width = std::max(width, name.size());
+    rows.emplace_back(std::move(name), option->get_description());
+  }
+  std::string text = "Options of every command (before or after its name):\n";
+  for (const auto& [name, description] : rows) {
+    text += "  " + name + std::string(width + 2 - name.size(), ' ') + description + "\n";
+  }
+  for (CLI::App* command : qnu.get_subcommands([](CLI::App*) { return true; })) {
+    command->footer(text);
+  }
+}
+
+// The diagnostic for a command line whose command is none of qnu's: the first argument that is
+// neither an option nor an option's value is the word the user meant as the command.
+std::string unknownCommandMessage(CLI::App& qnu, int argc, char** argv) {
+  std::string commands;
+  for (CLI::App* command : qnu.get_subcommands([](CLI::App*) { return true; })) {
+    commands += (commands.empty() ? "" : ", ") + command->get_name();
+  }
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument.size() > 1 && argument[0] == '-') {
+      const CLI::Option* option =
+          argument.find('=') == std::string::npos ? qnu.get_option_no_throw(argument) : nullptr;
+      if (option && option->get_items_expected_min() > 0) ++i;  // its value follows
+      continue;
+    }
+    return "unknown command '" + argument + "' (the commands: " + commands + ")";
+  }
+  return "no command given (the commands: " + commands + ")";
+}
+
 void addInspect(CLI::App& qnu, qnu::InspectOptions& options, std::function<int(Host&)>& selected) {
   CLI::App* command = qnu.add_subcommand(
       "inspect",
       "Show every property of each codepoint of the TEXT arguments, or with --codepoint of "
       "codepoints written U+XXXX, 0xXXXX or XXXX and ranges U+XXXX..U+YYYY");
-  command->add_option("ARG", options.arguments, "Text, or codepoints and ranges")->required();
+  command->add_option("ARG", options.arguments,
+                      "Text, or codepoints and ranges; \"-\" or none reads standard input "
+                      "(without its final line end)");
   command->add_flag("-c,--codepoint", options.codepoints,
                     "Read the arguments as codepoints and ranges instead of text");
   command->callback([&] { selected = [&](Host& host) { return qnu::runInspect(host, options); }; });
@@ -43,7 +105,7 @@ void addNormalize(CLI::App& qnu, qnu::NormalizeOptions& options,
   addSingleValueOption(*command, "-f,--form", options.form, "Normalization form (default nfc)",
                        "nfc|nfd|nfkc|nfkd")
       ->transform(CLI::IsMember({"nfc", "nfd", "nfkc", "nfkd"}, CLI::ignore_case));
-  command->add_option("TEXT", options.text, "The text; standard input when absent");
+  command->add_option("TEXT", options.text, "The text; standard input when absent or \"-\"");
   command->callback(
       [&] { selected = [&](Host& host) { return qnu::runNormalize(host, options); }; });
 }
@@ -81,7 +143,7 @@ void addSearch(CLI::App& qnu, qnu::SearchOptions& options, std::function<int(Hos
       "A regular expression (ICU syntax, case-insensitive) instead of words", "PATTERN");
   words->excludes(regex);
   addSingleValueOption(*command, "-n,--limit", options.limit, "Show at most N matches", "N")
-      ->check(CLI::PositiveNumber);
+      ->check(countFrom(1, 1'000'000'000));
   command->add_flag("--unihan", options.unihan,
                     "Search the Unihan definitions too (reads the Unihan files first)");
   command->callback([&, words, regex] {
@@ -139,7 +201,9 @@ int main(int argc, char** argv) {
 
   qnu::CommonOptions common;
   addSingleValueOption(app, "--data", common.dataDirectories,
-                       "A directory of UCD files (repeatable; the first that has a file wins)",
+                       "A directory of UCD files (repeatable; the first that has a file wins); "
+                       "without it the directories of QNU_DATA (separated by \":\"), else the "
+                       "prepared data directory",
                        "DIR");
   addSingleValueOption(app, "--descriptions", common.descriptionDirectories,
                        "A directory of property-value descriptions (repeatable)", "DIR");
@@ -173,29 +237,19 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
-    std::fprintf(stderr, "qnu: %s (see qnu --help)\n", error.what());
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      addCommonOptionsToCommandHelp(app);  // help was asked for
+      return qnu::finishStandardOutput(app.exit(error));
+    }
+    if (app.get_subcommands().empty()) {
+      std::fprintf(stderr, "qnu: %s (see qnu --help)\n",
+                   unknownCommandMessage(app, argc, argv).c_str());
+    } else {
+      std::fprintf(stderr, "qnu: %s (see qnu --help)\n", error.what());
+    }
     return qnu::kExitBadInput;
   }
 
   qnu::installLogSink(showLog || app.got_subcommand("normtest"));
-  try {
-    // The host and its database stay until the process ends, reachable from here: the system
-    // takes their memory back at once, where freeing some 300000 records one by one would cost
-    // a short command a quarter of its time.
-    static Host* host = nullptr;
-    host = new Host(common, qnu::DefaultPaths::forThisProcess(), showsVersions,
-                    !app.got_subcommand("escape"));
-    int code = selected(*host);
-    std::fflush(stdout);
-    // A reader that found no file has written its line already; the answers were incomplete.
-    if (host->hasMissingFiles()) code = std::max(code, qnu::kExitBadInput);
-    return code;
-  } catch (const qnu::UsageError& error) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "qnu: %s\n", error.what());
-  } catch (const qnu::ReportedFailure&) {
-    std::fflush(stdout);
-  }
-  return qnu::kExitBadInput;
+  return qnu::runCommand(common, showsVersions, !app.got_subcommand("escape"), selected);
 }
