@@ -1,9 +1,9 @@
 #include "qnunicode/idna/QNUnicodeDomainLabels.h"
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/idna/QNUnicodeCodepointWalk.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
-#include "qnunicode/strings/QNUnicodeCodepoints.h"
 
 namespace QNUnicode_IDNA {
 

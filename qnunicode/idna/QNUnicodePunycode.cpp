@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "qnunicode/idna/QNUnicodeCodepointWalk.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
@@ -353,14 +354,15 @@ std::nullopt_t fail(UnicodeString* error, const char* message, bool log) {
   return std::nullopt;
 }
 
-// Walks the codepoints from offset 0 as the string type does, handing each to `take`; answers
-// how many there were.
+// Walks the codepoints as the string type does, handing each to `take` with its number;
+// answers how many there were.
 template <typename Take>
-uint32_t walkCodepoints(std::u16string_view string, Take take) {
+uint32_t takeCodepoints(std::u16string_view string, Take take) {
   uint32_t count = 0;
-  for (int32_t offset = string.empty() ? -1 : 0; offset >= 0; ++count) {
-    take(count, QNUnicode::codepointAtIndex(string, 0, offset, &offset));
-  }
+  qnunicode::detail::walkCodepoints(string, [&](uint32_t codepoint) {
+    take(count++, codepoint);
+    return true;
+  });
   return count;
 }
 
@@ -376,7 +378,7 @@ std::optional<UnicodeString> punycodeEncodedStringWithError(std::u16string_view 
     return fail(error, "Punycode encoding could not allocate memory.", true);
   }
   uint32_t* input = codepoints.data();
-  const uint32_t count = walkCodepoints(string, [&](uint32_t k, uint32_t c) { input[k] = c; });
+  const uint32_t count = takeCodepoints(string, [&](uint32_t k, uint32_t c) { input[k] = c; });
   auto length = static_cast<uint32_t>(room);
   uint32_t status;
   try {
@@ -400,7 +402,7 @@ std::optional<UnicodeString> punycodeDecodedStringWithError(std::u16string_view 
   }
   char* input = bytes.data();
   // Deliberately the low byte of each codepoint, whatever its value.
-  const uint32_t count = walkCodepoints(
+  const uint32_t count = takeCodepoints(
       string, [&](uint32_t k, uint32_t c) { input[k] = static_cast<char>(c & 0xFF); });
   uint32_t length = n;
   uint32_t status;
