@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "qnunicode/idna/QNUnicodeSharedNameprep.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNLog.h"
@@ -35,7 +36,10 @@ QNUnicodeDatabase::QNUnicodeDatabase(const std::vector<std::string>& unidataDire
                         QNReadPropertyListFile(infoFile)) {}
 
 // The index frees itself through its deleter; the records belong to the record storage.
-QNUnicodeDatabase::~QNUnicodeDatabase() = default;
+QNUnicodeDatabase::~QNUnicodeDatabase() {
+  // The shared nameprep processor reads through the database that made it.
+  qnunicode::detail::forgetSharedNameprepProcessorOfDatabase(this);
+}
 
 // ---- The shared database and the delegate ---------------------------------------------------
 
