@@ -4,6 +4,9 @@
 // answers, the codepoint string operations and the support utilities.
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/idna/QNUnicodeDomainLabels.h"
+#include "qnunicode/idna/QNUnicodePunycode.h"
+#include "qnunicode/idna/QNUnicodeStringprepProcessor.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/names/QNUnicodeNamesList.h"
 #include "qnunicode/properties/QNUnicodeArabicShaping.h"
@@ -26,5 +29,6 @@
 #include "qnunicode/util/QNFileManager.h"
 #include "qnunicode/util/QNInfoValue.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNResourceDirectory.h"
 #include "qnunicode/util/QNStringAdditions.h"
 #include "qnunicode/util/QNUnicodePrefixTree.h"

@@ -31,4 +31,9 @@ void appendCodepointsOfText(const UnicodeString& text, std::vector<CodepointRang
 // The whole of standard input as bytes.
 std::string readStandardInput();
 
+// The items a command works through: its arguments, each decoded, or with none the lines of
+// standard input (split at line feeds, a carriage return before one dropped, no item after a
+// final line feed). Raises UsageError for bytes that are not UTF-8.
+std::vector<UnicodeString> argumentsOrInputLines(const std::vector<std::string>& arguments);
+
 }  // namespace qnu

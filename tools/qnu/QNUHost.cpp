@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNResourceDirectory.h"
 
 namespace fs = std::filesystem;
 
@@ -17,7 +18,7 @@ namespace {
 DefaultPaths installedPaths(const fs::path& resourceDirectory) {
   const fs::path base = resourceDirectory.lexically_normal();
   return {(base / "ucd").string(), (base / "descriptions").string(),
-          (base / "QNUnicodeInfo.plist").string()};
+          (base / "QNUnicodeInfo.plist").string(), base.string()};
 }
 
 bool sameDirectory(const fs::path& a, const fs::path& b) {
@@ -56,7 +57,8 @@ DefaultPaths DefaultPaths::forExecutable(const std::string& executablePath) {
   const fs::path directory = fs::path(executablePath).parent_path();
   if (sameDirectory(directory, QNU_BUILD_DIRECTORY)) {
     const std::string resources = QNU_BUILD_RESOURCE_DIR;
-    return {QNU_BUILD_UCD_DIR, resources + "/descriptions", resources + "/QNUnicodeInfo.plist"};
+    return {QNU_BUILD_UCD_DIR, resources + "/descriptions", resources + "/QNUnicodeInfo.plist",
+            resources};
   }
   return installedPaths(directory / QNU_RELATIVE_RESOURCE_DIR);
 }
@@ -131,6 +133,7 @@ Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool with
   }
   _database->setDelegate(_delegate);
   QNUnicodeDatabase::setSharedDatabase(_database);
+  QNUnicodeSetResourceDirectory(defaults.resourceDirectory);
 }
 
 Host::~Host() {

@@ -31,6 +31,8 @@ struct DefaultPaths {
   std::string dataDirectory;
   std::string descriptionDirectory;
   std::string infoFile;
+  // The library's resources (the stringprep profiles); the host hands it to the library.
+  std::string resourceDirectory;
 
   static DefaultPaths forExecutable(const std::string& executablePath);
   // The defaults of the running binary (found through /proc/self/exe).
