@@ -53,5 +53,6 @@ int runBenchmarks(int argc, char** argv);
 
 void registerCoreBenchmarks();
 void registerNameBenchmarks();
+void registerIDNABenchmarks();
 
 }  // namespace qnunicode::bench

@@ -59,31 +59,58 @@ char encodeDigit(uint32_t d, bool flag) {
   return flag ? asciiUppercase(digit) : digit;
 }
 
-uint32_t threshold(uint32_t k, uint32_t bias) {
-  return k <= bias ? kTMin : k >= bias + kTMax ? kTMax : k - bias;
+// True when value + amount does not fit 32 bits: the RFC's overflow tests, such as
+// "digit > (maxint - i) / w", asked without their divisions (for integers, a > floor(x / w)
+// exactly when a * w > x).
+constexpr bool overflows(uint32_t value, uint64_t amount) {
+  return amount > kMaxInt - value;
 }
 
-uint32_t adapt(uint32_t delta, uint32_t numpoints, bool firstTime) {
+// Division by the small divisors the codec meets (digit bases 10 to 35, point counts, the bias
+// formula's delta + 38) as a multiplication: with m = floor((2^64 - 1) / d) + 1, the high 64 bits
+// of x * m are floor(x / d) for every 32-bit x (m * d exceeds 2^64 by less than d, and x times
+// that excess stays far below 2^64).
+constexpr uint32_t kSmallDivisors = 512;
+constexpr std::array<uint64_t, kSmallDivisors> kInverses = [] {
+  std::array<uint64_t, kSmallDivisors> inverses{};
+  for (uint32_t d = 1; d < kSmallDivisors; ++d) inverses[d] = UINT64_MAX / d + 1;
+  return inverses;
+}();
+
+inline uint32_t divide(uint32_t x, uint32_t d) {
+  if (d >= kSmallDivisors || d == 1) return d == 1 ? x : x / d;
+  return static_cast<uint32_t>((static_cast<unsigned __int128>(x) * kInverses[d]) >> 64);
+}
+
+uint32_t threshold(uint32_t k, uint32_t bias) {
+  // k - bias clamped to [tmin, tmax], branch-free.
+  const int32_t t = static_cast<int32_t>(k) - static_cast<int32_t>(bias);
+  return static_cast<uint32_t>(std::clamp<int32_t>(t, kTMin, kTMax));
+}
+
+[[gnu::always_inline]] inline uint32_t adapt(uint32_t delta, uint32_t numpoints, bool firstTime) {
   delta = firstTime ? delta / kDamp : delta >> 1;
-  delta += delta / numpoints;
+  delta += divide(delta, numpoints);
   uint32_t k = 0;
   while (delta > ((kBase - kTMin) * kTMax) / 2) {
     delta /= kBase - kTMin;
     k += kBase;
   }
-  return k + (kBase - kTMin + 1) * delta / (delta + kSkew);
+  return k + divide((kBase - kTMin + 1) * delta, delta + kSkew);
 }
 
 // Writes delta as a generalized variable-length integer; false when the capacity runs out.
-bool writeDelta(uint32_t delta, uint32_t bias, bool flag, char* output, uint32_t& out,
-                uint32_t maxOut) {
+[[gnu::always_inline]] inline bool writeDelta(uint32_t delta, uint32_t bias, bool flag,
+                                              char* output, uint32_t& out, uint32_t maxOut) {
   uint32_t q = delta;
   for (uint32_t k = kBase;; k += kBase) {
     if (out >= maxOut) return false;
     const uint32_t t = threshold(k, bias);
     if (q < t) break;
-    output[out++] = encodeDigit(t + (q - t) % (kBase - t), false);
-    q = (q - t) / (kBase - t);
+    const uint32_t rest = q - t, base = kBase - t;
+    const uint32_t quotient = divide(rest, base);
+    output[out++] = encodeDigit(t + (rest - quotient * base), false);
+    q = quotient;
   }
   output[out++] = encodeDigit(q, flag);
   return true;
@@ -130,27 +157,43 @@ class BinaryIndexedTree {
 // the plain loop of RFC 3492.
 uint32_t encodeDeltasPlain(uint32_t length, const uint32_t* input, const unsigned char* caseFlags,
                            uint32_t b, uint32_t& out, uint32_t maxOut, char* output) {
+  // The values of the non-basic codepoints in ascending order give each pass its m (the
+  // smallest codepoint not below n) without a search; the plain path has at most
+  // kPlainLoopLimit of them.
+  std::array<uint32_t, kPlainLoopLimit> values;
+  uint32_t count = 0;
+  for (uint32_t j = 0; j < length; ++j) {
+    if (input[j] < kInitialN) continue;
+    uint32_t k = count++;
+    for (; k > 0 && values[k - 1] > input[j]; --k) values[k] = values[k - 1];
+    values[k] = input[j];
+  }
   uint32_t n = kInitialN, delta = 0, bias = kInitialBias, h = b;
-  while (h < length) {
-    uint32_t m = kMaxInt;
-    for (uint32_t j = 0; j < length; ++j) {
-      if (input[j] >= n && input[j] < m) m = input[j];
-    }
-    if (m - n > (kMaxInt - delta) / (h + 1)) return QNPunycodeOverflow;
+  for (uint32_t next = 0; h < length;) {
+    const uint32_t m = values[next];
+    while (next < count && values[next] == m) ++next;
+    if (overflows(delta, uint64_t{m - n} * (h + 1))) return QNPunycodeOverflow;
     delta += (m - n) * (h + 1);
     n = m;
+    // Counted in 64 bits without a branch per smaller codepoint: delta passes 32 bits (the
+    // RFC's wrap to 0) before an occurrence of n exactly when the count there exceeds maxint.
+    uint64_t count64 = delta;
     for (uint32_t j = 0; j < length; ++j) {
-      if (input[j] < n && ++delta == 0) return QNPunycodeOverflow;
-      if (input[j] == n) {
-        if (!writeDelta(delta, bias, caseFlags && caseFlags[j], output, out, maxOut)) {
+      const uint32_t c = input[j];
+      count64 += c < n;
+      if (c == n) [[unlikely]] {
+        if (count64 > kMaxInt) return QNPunycodeOverflow;
+        const auto delta32 = static_cast<uint32_t>(count64);
+        if (!writeDelta(delta32, bias, caseFlags && caseFlags[j], output, out, maxOut)) {
           return QNPunycodeBigOutput;
         }
-        bias = adapt(delta, h + 1, h == b);
-        delta = 0;
+        bias = adapt(delta32, h + 1, h == b);
+        count64 = 0;
         ++h;
       }
     }
-    ++delta;
+    if (count64 > kMaxInt) return QNPunycodeOverflow;
+    delta = static_cast<uint32_t>(count64) + 1;  // unchecked, as in the RFC
     ++n;
   }
   return QNPunycodeSuccess;
@@ -182,7 +225,7 @@ uint32_t encodeDeltasCounted(uint32_t length, const uint32_t* input, const unsig
   };
   for (size_t first = 0; first < order.size();) {
     const uint32_t m = order[first].first;
-    if (m - n > (kMaxInt - delta) / (h + 1)) return QNPunycodeOverflow;
+    if (overflows(delta, uint64_t{m - n} * (h + 1))) return QNPunycodeOverflow;
     delta += (m - n) * (h + 1);
     n = m;
     size_t last = first;
@@ -228,6 +271,74 @@ void placeInsertions(const std::vector<Insertion>& insertions, uint32_t* output,
   }
 }
 
+// Short inputs insert each decoded codepoint in place, moving the few after it.
+template <bool kWithFlags>
+struct InsertInPlace {
+  uint32_t* output;
+  unsigned char* flags;
+  void insert(uint32_t value, uint32_t position, uint32_t count, bool flag) {
+    for (uint32_t j = count; j > position; --j) output[j] = output[j - 1];
+    output[position] = value;
+    if constexpr (kWithFlags) {
+      for (uint32_t j = count; j > position; --j) flags[j] = flags[j - 1];
+      flags[position] = flag;
+    }
+  }
+  void finish() {}
+};
+
+// Long ones note the insertions and place them all at the end.
+struct InsertLater {
+  uint32_t* output;
+  unsigned char* flags;
+  std::vector<Insertion> insertions;
+  void insert(uint32_t value, uint32_t position, uint32_t, bool flag) {
+    insertions.push_back({value, position, flag});
+  }
+  void finish() { placeInsertions(insertions, output, flags); }
+};
+
+// The decoding of RFC 3492 section 6.2 after the last delimiter was found at b.
+template <typename Inserter>
+uint32_t decodeInto(uint32_t length, const char* input, uint32_t b, uint32_t maxOut,
+                    Inserter& inserter, uint32_t* outputLength) {
+  uint32_t out = 0;
+  for (; out < b; ++out) {
+    const auto byte = static_cast<uint8_t>(input[out]);
+    if (byte >= 0x80) return QNPunycodeBadInput;
+    inserter.insert(byte, out, out, isUppercaseLetter(byte));
+  }
+  uint32_t n = kInitialN, i = 0, bias = kInitialBias;
+  for (uint32_t in = b > 0 ? b + 1 : 0; in < length; ++out) {
+    const uint32_t oldi = i;
+    uint32_t w = 1;
+    uint8_t byte = 0;
+    for (uint32_t k = kBase;; k += kBase) {
+      if (in >= length) return QNPunycodeBadInput;
+      byte = static_cast<uint8_t>(input[in++]);
+      const uint32_t digit = kDigitValues[byte];
+      if (digit >= kBase) return QNPunycodeBadInput;
+      if (overflows(i, uint64_t{digit} * w)) return QNPunycodeOverflow;
+      i += digit * w;
+      const uint32_t t = threshold(k, bias);
+      if (digit < t) break;
+      if (uint64_t{w} * (kBase - t) > kMaxInt) return QNPunycodeOverflow;
+      w *= kBase - t;
+    }
+    bias = adapt(i - oldi, out + 1, oldi == 0);
+    const uint32_t step = divide(i, out + 1);
+    if (overflows(n, step)) return QNPunycodeOverflow;
+    n += step;
+    i -= step * (out + 1);
+    if (out >= maxOut) return QNPunycodeBigOutput;
+    inserter.insert(n, i, out, isUppercaseLetter(byte));
+    ++i;
+  }
+  inserter.finish();
+  *outputLength = out;
+  return QNPunycodeSuccess;
+}
+
 }  // namespace
 
 uint32_t punycode_encode(uint32_t input_length, const uint32_t* input,
@@ -261,58 +372,17 @@ uint32_t punycode_decode(uint32_t input_length, const char* input, uint32_t* out
     if (input[j] == kDelimiter) b = j;
   }
   if (b > maxOut) return QNPunycodeBigOutput;
-  const bool plain = input_length <= kPlainLoopLimit;
-  std::vector<Insertion> insertions;
-  if (!plain) insertions.reserve(input_length);
-  uint32_t out = 0;
-  for (; out < b; ++out) {
-    const auto byte = static_cast<uint8_t>(input[out]);
-    if (byte >= 0x80) return QNPunycodeBadInput;
-    if (plain) {
-      if (case_flags) case_flags[out] = isUppercaseLetter(byte);
-      output[out] = byte;
-    } else {
-      insertions.push_back({byte, out, isUppercaseLetter(byte)});
-    }
+  if (input_length > kPlainLoopLimit) {
+    InsertLater later{output, case_flags, {}};
+    later.insertions.reserve(input_length);
+    return decodeInto(input_length, input, b, maxOut, later, output_length);
   }
-  uint32_t n = kInitialN, i = 0, bias = kInitialBias;
-  for (uint32_t in = b > 0 ? b + 1 : 0; in < input_length; ++out) {
-    const uint32_t oldi = i;
-    uint32_t w = 1;
-    uint8_t byte = 0;
-    for (uint32_t k = kBase;; k += kBase) {
-      if (in >= input_length) return QNPunycodeBadInput;
-      byte = static_cast<uint8_t>(input[in++]);
-      const uint32_t digit = kDigitValues[byte];
-      if (digit >= kBase) return QNPunycodeBadInput;
-      if (digit > (kMaxInt - i) / w) return QNPunycodeOverflow;
-      i += digit * w;
-      const uint32_t t = threshold(k, bias);
-      if (digit < t) break;
-      if (w > kMaxInt / (kBase - t)) return QNPunycodeOverflow;
-      w *= kBase - t;
-    }
-    bias = adapt(i - oldi, out + 1, oldi == 0);
-    if (i / (out + 1) > kMaxInt - n) return QNPunycodeOverflow;
-    n += i / (out + 1);
-    i %= out + 1;
-    if (out >= maxOut) return QNPunycodeBigOutput;
-    const bool flag = isUppercaseLetter(byte);
-    if (plain) {
-      std::memmove(output + i + 1, output + i, (out - i) * sizeof *output);
-      output[i] = n;
-      if (case_flags) {
-        std::memmove(case_flags + i + 1, case_flags + i, out - i);
-        case_flags[i] = flag;
-      }
-    } else {
-      insertions.push_back({n, i, flag});
-    }
-    ++i;
+  if (case_flags) {
+    InsertInPlace<true> inPlace{output, case_flags};
+    return decodeInto(input_length, input, b, maxOut, inPlace, output_length);
   }
-  if (!plain) placeInsertions(insertions, output, case_flags);
-  *output_length = out;
-  return QNPunycodeSuccess;
+  InsertInPlace<false> inPlace{output, nullptr};
+  return decodeInto(input_length, input, b, maxOut, inPlace, output_length);
 }
 
 }  // namespace qnunicode
