@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
+#include "qnunicode/idna/QNUnicodeSharedNameprep.h"
 #include "qnunicode/idna/QNUnicodeStringprepProcessor.h"
 #include "qnunicode/testing/QNTestSupport.h"
 #include "qnunicode/util/QNResourceDirectory.h"
@@ -146,6 +147,26 @@ TEST(QNUnicodeIDNA2003Test, OtherTypesAndTheFormsThatLog) {
             (std::vector<std::string>{
                 "ToASCII failed at step 3a. Offending codepoint value: U+005F at position: 2",
                 "Punycode decoding failed."}));
+}
+
+TEST(QNUnicodeIDNA2003Test, TheSharedNameprepProcessorGoesWithItsDatabase) {
+  const auto db = database();
+  const QNUnicodeStringprepProcessor* first = qnunicode::detail::sharedNameprepProcessor(*db);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(qnunicode::detail::sharedNameprepProcessor(*db), first);  // kept
+  // Dropped with the database that made it, and made again over the next one that asks; another
+  // database going away leaves it alone. (Run under the sanitizers, a processor reading through
+  // a database that is gone would show.)
+  qnunicode::detail::forgetSharedNameprepProcessorOfDatabase(db.get());
+  {
+    QNUnicodeDatabase other({qnunicode::testing::ucdDirectory()}, {});
+    EXPECT_EQ(other.IDNA2003ToASCII(u"Bücher", nullptr, nullptr), u"xn--bcher-kva");
+  }
+  QNUnicodeDatabase unrelated({qnunicode::testing::ucdDirectory()}, {});
+  const QNUnicodeStringprepProcessor* again = qnunicode::detail::sharedNameprepProcessor(*db);
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->database().get(), db.get());
+  EXPECT_EQ(db->IDNA2003ToASCII(u"Bücher", nullptr, nullptr), u"xn--bcher-kva");
 }
 
 TEST(QNUnicodeIDNA2003Test, HostileInputEndsInLinearTime) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "qnunicode/idna/QNUnicodeCodepointWalk.h"
+#include "qnunicode/idna/QNUnicodeDomainLabels.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 #include "qnunicode/util/QNLog.h"
@@ -441,7 +441,9 @@ uint32_t takeCodepoints(std::u16string_view string, Take take) {
 std::optional<UnicodeString> punycodeEncodedStringWithError(std::u16string_view string,
                                                             UnicodeString* error) {
   const auto n = static_cast<uint32_t>(QNUnicode::UTF32Length(string));
-  const uint64_t room = std::max<uint64_t>(63 - 4, 4 * uint64_t{n});
+  // Room for any label: the longest ACE label's Punycode part, or four bytes a codepoint; the
+  // 63-codepoint limit is the callers' to enforce.
+  const uint64_t room = std::max<uint64_t>(63 - QNUnicodeACELabel.size(), 4 * uint64_t{n});
   Buffer<uint32_t> codepoints;
   Buffer<char> bytes;
   if (room > 0xFFFFFFFFu || !codepoints.reserve(n) || !bytes.reserve(room)) {
