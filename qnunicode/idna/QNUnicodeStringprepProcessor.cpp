@@ -64,7 +64,6 @@ QNUnicodeStringprepProcessor::processorWithStringprepDataDirectory(
   processor->_usingNormalization = normalization;
   processor->_compatibilityDecomposition = compatibilityDecomposition;
   processor->_checkBidi = bidirectionality;
-  processor->prepareLookups();
   return processor;
 }
 
@@ -93,8 +92,12 @@ bool QNUnicodeStringprepProcessor::readDataFromDirectory(const std::string& dire
   }
   _unassignedRanges.clear();
   _unassignedRanges.reserve(400);
-  return loadRangesFromFile(
-      QNAdditions::stringByAppendingPathComponent(directory, "unassigned.txt"), _unassignedRanges);
+  if (!loadRangesFromFile(QNAdditions::stringByAppendingPathComponent(directory, "unassigned.txt"),
+                          _unassignedRanges)) {
+    return false;
+  }
+  prepareLookups();
+  return true;
 }
 
 bool QNUnicodeStringprepProcessor::loadRangesFromFile(const std::string& path,
@@ -115,6 +118,8 @@ bool QNUnicodeStringprepProcessor::loadRangesFromFile(const std::string& path,
 }
 
 void QNUnicodeStringprepProcessor::Membership::assign(const RangeList& ranges) {
+  _bmp.fill(0);
+  _set = CodepointSet();
   for (const Range& range : ranges) {
     if (range.length == 0) continue;
     // The codepoints c with c - start < length: up to start + length - 1 or the top of 32 bits.
@@ -127,6 +132,7 @@ void QNUnicodeStringprepProcessor::Membership::assign(const RangeList& ranges) {
 }
 
 void QNUnicodeStringprepProcessor::prepareLookups() {
+  _mappedBMP.fill(0);
   for (const auto& [key, value] : _mappings) {
     if (key < 0x10000) setBit(_mappedBMP, key);
   }

@@ -59,7 +59,8 @@ class QNUnicodeStringprepProcessor {
   // with an R or AL codepoint must hold no L codepoint and must begin and end with R or AL.
   bool validateBidirectionality(std::u16string_view string) const;
 
-  // Reads the three tables in order, stopping at the first that cannot be read.
+  // Reads the three tables in order (replacing the ones held), stopping at the first that cannot
+  // be read.
   bool readDataFromDirectory(const std::string& directory);
   // Appends the range of every data line of the file; false (logged) when it cannot be read or
   // is empty.
@@ -79,7 +80,7 @@ class QNUnicodeStringprepProcessor {
 
  private:
   QNUnicodeStringprepProcessor() = default;
-  // Fills the lookups the hot paths use from the tables.
+  // Fills the lookups the hot paths use from the tables, once they are read.
   void prepareLookups();
 
   // Membership in a range list, answered as its linear scan would: a bit per codepoint of the
