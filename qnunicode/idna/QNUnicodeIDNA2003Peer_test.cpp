@@ -5,6 +5,7 @@
 #include <idna.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <random>
 
@@ -291,17 +292,23 @@ TEST(QNUnicodeIDNA2003PeerTest, TwentyThousandDomainsAgainstThePeer) {
     }
   }
   QNSetLogSink({});
-  // Every described difference, listed by domain beside the test program.
-  FILE* list = std::fopen("idna2003-peer-differences.txt", "w");
-  ASSERT_NE(list, nullptr);
+  // Every described difference, listed by domain in the build directory.
+  const std::string listPath = std::filesystem::path(qnunicode::testing::ucdDirectory())
+                                   .parent_path()
+                                   .append("idna2003-peer-differences.txt")
+                                   .string();
+  FILE* list = std::fopen(listPath.c_str(), "w");
+  ASSERT_NE(list, nullptr) << listPath;
   for (const auto& [kind, domains] : differences) {
     std::printf("%s: %zu domains\n", kind.c_str(), domains.size());
     std::fprintf(list, "%s: %zu domains\n", kind.c_str(), domains.size());
     for (const std::string& domain : domains) std::fprintf(list, "  %s\n", domain.c_str());
   }
   std::fclose(list);
-  std::printf("ToASCII: %zu accepted and %zu rejected alike; ToUnicode: %zu alike\n", asciiAccepted,
-              asciiRejected, unicodeAlike);
+  std::printf(
+      "ToASCII: %zu accepted and %zu rejected alike; ToUnicode: %zu alike; the domains "
+      "that differ are listed in %s\n",
+      asciiAccepted, asciiRejected, unicodeAlike, listPath.c_str());
   for (const std::string& line : unexplained) ADD_FAILURE() << line;
   EXPECT_GT(asciiAccepted, 8000u);
   EXPECT_GT(asciiRejected, 2000u);
