@@ -409,6 +409,9 @@ class QNUnicodeDatabase {
       std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
       bool* containsUnassignedCodepoints, UnicodeString* error);
 
+  // The ToUnicode counterparts, in the same forms. Type 0 never fails (each label comes back
+  // converted or as nameprep leaves it), but a decoding or round-trip message may still be
+  // stored (and, by the form without `error`, logged).
   std::optional<UnicodeString> IDNAToUnicode(uint32_t type, std::u16string_view domain);
   std::optional<UnicodeString> IDNAToUnicode(uint32_t type, std::u16string_view domain,
                                              UnicodeString* error);
