@@ -141,7 +141,8 @@ int main(int argc, char** argv) {
                        "An information property list: known digests and versions of the "
                        "data files (read by data, the one command that shows versions)",
                        "FILE");
-  app.add_flag("--json", common.json, "Write JSON (JSON Lines for inspect and search)");
+  app.add_flag("--json", common.json,
+               "Write JSON (JSON Lines for inspect, search, punycode and idna)");
   bool showLog = false;
   app.add_flag("--log", showLog,
                "Show the library's log lines (notes on the data files) on standard error; "
