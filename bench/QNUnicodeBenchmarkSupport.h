@@ -55,5 +55,6 @@ void registerCoreBenchmarks();
 void registerNameBenchmarks();
 void registerEscapeBenchmarks();
 void registerUnihanBenchmarks();
+void registerIDNABenchmarks();
 
 }  // namespace qnunicode::bench

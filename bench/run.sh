@@ -5,10 +5,16 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
-cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_memory qnunicode_unihan_memory qnu
+cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_idna_bench qnunicode_memory \
+  qnunicode_unihan_memory qnu
 
 echo "== Figures against ICU (medians of 5 repetitions)"
 "$build/bench/qnunicode_bench" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+  --benchmark_min_time=0.2
+
+echo
+echo "== Domain names against libidn (medians of 5 repetitions)"
+"$build/bench/qnunicode_idna_bench" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
   --benchmark_min_time=0.2
 
 echo

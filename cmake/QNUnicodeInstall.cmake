@@ -19,6 +19,9 @@ set(QNUNICODE_PUBLIC_HEADERS
   database/QNUnicodeDatabase.h
   escapes/QNUnicodeEscapes.h
   escapes/QNXHTMLDatabase.h
+  idna/QNUnicodeDomainLabels.h
+  idna/QNUnicodePunycode.h
+  idna/QNUnicodeStringprepProcessor.h
   names/QNUnicodeNameLookup.h
   names/QNUnicodeNamesList.h
   properties/QNUnicodeArabicShaping.h
@@ -50,6 +53,7 @@ set(QNUNICODE_PUBLIC_HEADERS
   util/QNLog.h
   util/QNMainThread.h
   util/QNNotificationCenter.h
+  util/QNResourceDirectory.h
   util/QNScanner.h
   util/QNStringAdditions.h
   util/QNUnicodePrefixTree.h)

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "qnunicode/idna/QNUnicodeSharedNameprep.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"
 #include "qnunicode/util/QNDataFile.h"
 #include "qnunicode/util/QNFileManager.h"
@@ -39,6 +40,8 @@ QNUnicodeDatabase::QNUnicodeDatabase(const std::vector<std::string>& unidataDire
 // Unihan read under way holds the reading lock until it no longer touches the database.
 QNUnicodeDatabase::~QNUnicodeDatabase() {
   const std::lock_guard<std::mutex> waitForUnihanReader(_unihanReadingLock);
+  // The shared nameprep processor reads through the database that made it.
+  qnunicode::detail::forgetSharedNameprepProcessorOfDatabase(this);
 }
 
 // ---- The shared database and the delegate ---------------------------------------------------

@@ -38,6 +38,7 @@ class QNUnicodeBlockTable;
 class QNUnicodeCaseFoldingTable;
 class QNUnicodeUnihanTable;
 class QNUnicodeUnihanEntry;
+class QNUnicodeStringprepProcessor;
 namespace qnunicode::detail {
 class OnDemandRecords;
 class DefaultBidirectionalCodes;
@@ -416,6 +417,62 @@ class QNUnicodeDatabase {
   // Post the reader's notifications to the default notification centre.
   void postReadingUnihanNotificationWithUserInfo(QNInfoValue::Map userInfo);
   void postDidReadUnihanNotificationFromThread(std::thread::id thread);
+  // ---- Domain names (idna/) ------------------------------------------------------------------
+  // The IDNA type: 0 is IDNA2003, 1 is IDNA2008 (its label conversions are not built yet: they
+  // fail with a message saying so); any other type is unknown, logged as such, and fails any
+  // domain that holds a label. Failures give none and store one message in `error` when it is
+  // given. The domain is split at the label separators, white space in front of a label or a
+  // separator run being dropped; ToASCII writes every separator as ".", ToUnicode keeps them.
+  //
+  // The forms without `error` log the message that came back instead.
+  std::optional<UnicodeString> IDNAToASCII(uint32_t type, std::u16string_view domain);
+  std::optional<UnicodeString> IDNAToASCII(uint32_t type, std::u16string_view domain,
+                                           UnicodeString* error);
+  // With the shared nameprep processor; *containsUnassignedCodepoints (when given) tells whether
+  // nameprep found a codepoint unassigned in Unicode 3.2 in any label, which never fails it.
+  std::optional<UnicodeString> IDNA2003ToASCII(std::u16string_view domain,
+                                               bool* containsUnassignedCodepoints,
+                                               UnicodeString* error);
+  // The general form; the processor (not owned, may be null) serves type 0 only.
+  std::optional<UnicodeString> IDNAToASCII(uint32_t type, std::u16string_view domain,
+                                           const QNUnicodeStringprepProcessor* stringprepProcessor,
+                                           bool* containsUnassignedCodepoints,
+                                           UnicodeString* error);
+  // RFC 3490 ToASCII of one label, UseSTD3ASCIIRules on: nameprep when it holds non-ASCII
+  // (step 2), the STD3 characters (3a; the position given is the code-unit offset after the
+  // codepoint, or the label's codepoint count for the last one), no hyphen at either end (3b), no
+  // "xn--" in front of non-ASCII (5), Punycode with the prefix (6, 7) and 1 to 63 codepoints (8).
+  std::optional<UnicodeString> IDNA2003SingleLabelToASCII(
+      std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
+      bool* containsUnassignedCodepoints, UnicodeString* error);
+
+  // The ToUnicode counterparts, in the same forms. Type 0 never fails (each label comes back
+  // converted or as nameprep leaves it), but a decoding or round-trip message may still be
+  // stored (and, by the form without `error`, logged).
+  std::optional<UnicodeString> IDNAToUnicode(uint32_t type, std::u16string_view domain);
+  std::optional<UnicodeString> IDNAToUnicode(uint32_t type, std::u16string_view domain,
+                                             UnicodeString* error);
+  std::optional<UnicodeString> IDNA2003ToUnicode(std::u16string_view domain,
+                                                 bool* containsUnassignedCodepoints,
+                                                 UnicodeString* error);
+  std::optional<UnicodeString> IDNAToUnicode(
+      uint32_t type, std::u16string_view domain,
+      const QNUnicodeStringprepProcessor* stringprepProcessor, bool* containsUnassignedCodepoints,
+      UnicodeString* error);
+  // RFC 3490 ToUnicode of one label; never fails. The label is nameprepped when it holds
+  // non-ASCII (and returned as given when that fails); an "xn--" label is decoded and answered
+  // when the decoded text converts back to it (ignoring ASCII case), and otherwise, deliberately,
+  // the nameprepped label is answered. A decoding failure leaves its message in `error`.
+  UnicodeString IDNA2003SingleLabelToUnicode(
+      std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
+      bool* containsUnassignedCodepoints, UnicodeString* error);
+
+  // The IDNA2008 label conversions that type 1 dispatches to. Not built yet: each fails with
+  // "IDNA2008 label conversion is not implemented yet".
+  std::optional<UnicodeString> IDNA2008SingleLabelToASCII(std::u16string_view label,
+                                                          UnicodeString* error);
+  std::optional<UnicodeString> IDNA2008SingleLabelToUnicode(std::u16string_view label,
+                                                            UnicodeString* error);
 
  private:
   // What the integrity check reads from the files themselves: each checked prefix's file with

@@ -91,4 +91,25 @@ UnicodeString standardInputText(bool dropFinalLineEnd) {
   return std::move(*text);
 }
 
+std::vector<UnicodeString> argumentsOrInputLines(const std::vector<std::string>& arguments) {
+  std::vector<UnicodeString> items;
+  if (!arguments.empty() &&
+      arguments != std::vector<std::string>{std::string(kStandardInputArgument)}) {
+    for (size_t k = 0; k < arguments.size(); ++k)
+      items.push_back(decodeArgument(arguments[k], k + 1));
+    return items;
+  }
+  std::optional<UnicodeString> input = qnunicode::decodeUTF8(readStandardInput());
+  if (!input) throw UsageError("standard input is not valid UTF-8");
+  for (std::u16string_view line : qnunicode::splitAt(*input, u'\n')) {
+    if (!line.empty() && line.back() == u'\r') line.remove_suffix(1);
+    items.emplace_back(line);
+  }
+  // The piece after a final line feed (or of empty input) is no line.
+  if (!items.empty() && items.back().empty() && (input->empty() || input->back() == u'\n')) {
+    items.pop_back();
+  }
+  return items;
+}
+
 }  // namespace qnu

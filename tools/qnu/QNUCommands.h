@@ -54,5 +54,23 @@ struct EscapeOptions {
 };
 // Writes the converted text; exits with kExitCheckFailed where percent decoding gives no result.
 int runEscape(Host& host, const EscapeOptions& options);
+struct PunycodeOptions {
+  std::vector<std::string> labels;  // standard input, a label a line, when none
+  bool decode = false;
+};
+// Each label's Punycode form (or with decode, the label decoded) on standard output, or
+// "qnu: LABEL: MESSAGE" on standard error; kExitCheckFailed when any failed.
+int runPunycode(Host& host, const PunycodeOptions& options);
+
+struct IdnaOptions {
+  std::vector<std::string> domains;  // standard input, a domain a line, when none
+  bool idna2003 = false;
+  bool idna2008 = false;  // not available yet: refused as bad usage
+  bool toUnicode = false;
+};
+// Each domain converted by IDNA2003 (ToASCII, or ToUnicode) on standard output, or
+// "qnu: DOMAIN: MESSAGE" on standard error; every input is answered, and kExitCheckFailed when
+// any failed.
+int runIdna(Host& host, const IdnaOptions& options);
 
 }  // namespace qnu

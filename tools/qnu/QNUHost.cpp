@@ -15,6 +15,7 @@
 #include "QNUDataWarnings.h"
 #include "QNUOutput.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNResourceDirectory.h"
 
 namespace fs = std::filesystem;
 
@@ -28,7 +29,8 @@ DefaultPaths installedPaths(const fs::path& resourceDirectory) {
           (base / "descriptions").string(),
           (base / "QNUnicodeInfo.plist").string(),
           (base / "entities").string(),
-          {}};
+          {},
+          base.string()};
 }
 
 bool sameDirectory(const fs::path& a, const fs::path& b) {
@@ -63,8 +65,12 @@ DefaultPaths DefaultPaths::forExecutable(const std::string& executablePath) {
   const fs::path directory = fs::path(executablePath).parent_path();
   if (sameDirectory(directory, QNU_BUILD_DIRECTORY)) {
     const std::string resources = QNU_BUILD_RESOURCE_DIR;
-    return {QNU_BUILD_UCD_DIR, resources + "/descriptions", resources + "/QNUnicodeInfo.plist",
-            QNU_BUILD_ENTITY_DIR, {}};
+    return {QNU_BUILD_UCD_DIR,
+            resources + "/descriptions",
+            resources + "/QNUnicodeInfo.plist",
+            QNU_BUILD_ENTITY_DIR,
+            {},
+            resources};
   }
   return installedPaths(directory / QNU_RELATIVE_RESOURCE_DIR);
 }
@@ -178,6 +184,7 @@ Host::Host(const CommonOptions& options, const DefaultPaths& defaults, bool with
   }
   _database->setDelegate(_delegate);
   QNUnicodeDatabase::setSharedDatabase(_database);
+  QNUnicodeSetResourceDirectory(defaults.resourceDirectory);
 }
 
 Host::~Host() {

@@ -37,8 +37,10 @@ struct DefaultPaths {
   std::string dataDirectory;
   std::string descriptionDirectory;
   std::string infoFile;
-  std::string entityDirectory;  // the XHTML entity sets
+  std::string entityDirectory;                          // the XHTML entity sets
   std::vector<std::string> environmentDataDirectories;  // from QNU_DATA, in order
+  // The library's resources (the stringprep profiles); the host hands it to the library.
+  std::string resourceDirectory;
 
   static DefaultPaths forExecutable(const std::string& executablePath);
   // The defaults of the running binary (found through /proc/self/exe) and its environment.

@@ -168,7 +168,8 @@ TEST(QnuOutputErrors, AFullOrClosedStandardOutputExitsWithOneAndSaysWhy) {
 }
 
 TEST(QnuCommandLine, MistypedCommandsAndNumbersAreNamedAndHelpShowsTheCommonOptions) {
-  const std::string commands = " (the commands: inspect, normalize, data, normtest, search, escape)";
+  const std::string commands =
+      " (the commands: inspect, normalize, data, normtest, search, escape, punycode, idna)";
   const std::vector<std::pair<Lines, std::string>> cases = {
       {{"frobnicate"}, "unknown command 'frobnicate'" + commands},
       {{"--data", "/nowhere", "--json", "frobnicate", "x"},

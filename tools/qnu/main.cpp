@@ -183,6 +183,30 @@ void addEscape(CLI::App& qnu, qnu::EscapeOptions& options, std::function<int(Hos
   command->callback([&] { selected = [&](Host& host) { return qnu::runEscape(host, options); }; });
 }
 
+void addPunycode(CLI::App& qnu, qnu::PunycodeOptions& options,
+                 std::function<int(Host&)>& selected) {
+  CLI::App* command = qnu.add_subcommand(
+      "punycode",
+      "Encode each LABEL (or line of standard input) to Punycode, or decode it with --decode; "
+      "exits with 1 when any fails");
+  command->add_option("LABEL", options.labels, "Labels, without the xn-- prefix");
+  command->add_flag("-d,--decode", options.decode, "Decode from Punycode instead");
+  command->callback(
+      [&] { selected = [&](Host& host) { return qnu::runPunycode(host, options); }; });
+}
+
+void addIdna(CLI::App& qnu, qnu::IdnaOptions& options, std::function<int(Host&)>& selected) {
+  CLI::App* command = qnu.add_subcommand(
+      "idna",
+      "Convert each DOMAIN (or line of standard input) to its ASCII form by IDNA2003, or back "
+      "with --to-unicode; exits with 1 when any fails");
+  command->add_option("DOMAIN", options.domains, "Domain names");
+  command->add_flag("--2003", options.idna2003, "IDNA2003 (RFC 3490, nameprep)");
+  command->add_flag("--2008", options.idna2008, "IDNA2008 (not available yet)");
+  command->add_flag("-u,--to-unicode", options.toUnicode, "ToUnicode instead of ToASCII");
+  command->callback([&] { selected = [&](Host& host) { return qnu::runIdna(host, options); }; });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -191,9 +215,8 @@ int main(int argc, char** argv) {
   if (!isatty(fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
 
   CLI::App app{
-      "qnu: inspect characters, names, normalization and escapes straight from the files of the "
-      "Unicode "
-      "Character Database",
+      "qnu: inspect characters, names, normalization, escapes and domain names straight from the "
+      "files of the Unicode Character Database",
       "qnu"};
   app.set_version_flag("--version", "qnu " QNU_VERSION);
   app.require_subcommand(1);
@@ -211,7 +234,8 @@ int main(int argc, char** argv) {
                        "An information property list: known digests and versions of the "
                        "data files (read by data, the one command that shows versions)",
                        "FILE");
-  app.add_flag("--json", common.json, "Write JSON (JSON Lines for inspect and search)");
+  app.add_flag("--json", common.json,
+               "Write JSON (JSON Lines for inspect, search, punycode and idna)");
   app.add_flag("--no-progress", common.noProgress,
                "Draw no progress bar on standard error while the Unihan files are read (it is "
                "drawn only when standard error is a terminal)");
@@ -227,12 +251,16 @@ int main(int argc, char** argv) {
   qnu::NormtestOptions normtest;
   qnu::SearchOptions search;
   qnu::EscapeOptions escape;
+  qnu::PunycodeOptions punycode;
+  qnu::IdnaOptions idna;
   addInspect(app, inspect, selected);
   addNormalize(app, normalize, selected);
   addData(app, selected, showsVersions);
   addNormtest(app, normtest, selected);
   addSearch(app, search, selected);
   addEscape(app, escape, selected);
+  addPunycode(app, punycode, selected);
+  addIdna(app, idna, selected);
 
   try {
     app.parse(argc, argv);
