@@ -4,6 +4,7 @@
 #   build-shared/    Release, shared library: the host linked to it, with the host's tests
 #   install test     build/ and build-shared/ installed and used by outside consumers
 #   build-sanitize/  Debug with AddressSanitizer and UndefinedBehaviorSanitizer, with ctest
+#   build-tsan/      ThreadSanitizer, only the threaded tests (the background Unihan read)
 # The trees share the compiler cache, so a run after a small change rebuilds little.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -27,3 +28,9 @@ cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=Debug -DQNUNICODE_SANITIZE=ON \
 cmake --build build-sanitize -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build-sanitize --output-on-failure -j"$jobs"
+
+# Only the tests that start threads of their own.
+cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQNUNICODE_TSAN=ON \
+  -DQNUNICODE_WERROR=ON -DQNUNICODE_BUILD_BENCHMARKS=OFF -DQNUNICODE_BUILD_TOOLS=OFF
+cmake --build build-tsan -j"$jobs" --target qnunicode_unihan_test
+TSAN_OPTIONS=halt_on_error=1 build-tsan/qnunicode/qnunicode_unihan_test --gtest_filter='UnihanReading*'
