@@ -68,27 +68,30 @@ bool passesSTD3Rules(std::u16string_view label, UnicodeString* error) {
   return true;
 }
 
+// The label nameprepped when it holds a codepoint beyond ASCII, as it is otherwise; none when
+// nameprep fails (or there is no processor). Clears *containsUnassignedCodepoints first.
+std::optional<UnicodeString> nameprepIfNotASCII(
+    std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
+    bool* containsUnassignedCodepoints) {
+  if (containsUnassignedCodepoints) *containsUnassignedCodepoints = false;
+  if (!holdsNonASCII(label)) return UnicodeString(label);
+  if (!stringprepProcessor) return std::nullopt;
+  return stringprepProcessor->stringprepString(label, containsUnassignedCodepoints);
+}
+
 }  // namespace
 
 std::optional<UnicodeString> QNUnicodeDatabase::IDNA2003SingleLabelToASCII(
     std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
     bool* containsUnassignedCodepoints, UnicodeString* error) {
-  if (containsUnassignedCodepoints) *containsUnassignedCodepoints = false;
   // Steps 1 and 2: nameprep, for labels that are not all ASCII.
-  UnicodeString prepared;
-  if (holdsNonASCII(label)) {
-    std::optional<UnicodeString> nameprepped =
-        stringprepProcessor
-            ? stringprepProcessor->stringprepString(label, containsUnassignedCodepoints)
-            : std::nullopt;
-    if (!nameprepped) {
-      store(error, u"ToASCII failed at step 2");
-      return std::nullopt;
-    }
-    prepared = std::move(*nameprepped);
-  } else {
-    prepared.assign(label);
+  std::optional<UnicodeString> nameprepped =
+      nameprepIfNotASCII(label, stringprepProcessor, containsUnassignedCodepoints);
+  if (!nameprepped) {
+    store(error, u"ToASCII failed at step 2");
+    return std::nullopt;
   }
+  UnicodeString prepared = std::move(*nameprepped);
   // Step 3.
   if (!passesSTD3Rules(prepared, error)) return std::nullopt;
   if (!prepared.empty() && (prepared.front() == u'-' || prepared.back() == u'-')) {
@@ -122,18 +125,10 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2003SingleLabelToASCII(
 UnicodeString QNUnicodeDatabase::IDNA2003SingleLabelToUnicode(
     std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
     bool* containsUnassignedCodepoints, UnicodeString* error) {
-  if (containsUnassignedCodepoints) *containsUnassignedCodepoints = false;
-  UnicodeString prepared;
-  if (holdsNonASCII(label)) {
-    std::optional<UnicodeString> nameprepped =
-        stringprepProcessor
-            ? stringprepProcessor->stringprepString(label, containsUnassignedCodepoints)
-            : std::nullopt;
-    if (!nameprepped) return UnicodeString(label);
-    prepared = std::move(*nameprepped);
-  } else {
-    prepared.assign(label);
-  }
+  std::optional<UnicodeString> nameprepped =
+      nameprepIfNotASCII(label, stringprepProcessor, containsUnassignedCodepoints);
+  if (!nameprepped) return UnicodeString(label);
+  UnicodeString prepared = std::move(*nameprepped);
   if (!hasACEPrefix(prepared)) return prepared;
   std::optional<UnicodeString> decoded = QNUnicode_IDNA::punycodeDecodedStringWithError(
       std::u16string_view(prepared).substr(QNUnicodeACELabel.size()), error);
