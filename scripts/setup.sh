@@ -4,6 +4,9 @@
 # passed on to cmake's configuration (scripts/test.sh passes -DQNUNICODE_WERROR=ON).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# The compiler cache sees paths relative to the checkout, so that every clone (CI's included)
+# shares its entries.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=true
 
 packages=(
   cmake g++ clang clang-format make pkg-config

@@ -8,6 +8,9 @@
 # The trees share the compiler cache, so a run after a small change rebuilds little.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# The compiler cache sees paths relative to the checkout, so that every clone (CI's included)
+# shares its entries.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=true
 jobs=$(nproc)
 
 # Installs whatever is missing and builds build/ (a no-op on a machine already set up).
