@@ -649,4 +649,7 @@ class QNUnicodeDatabase {
   std::shared_ptr<qnunicode::detail::IDNA2008PropertyTable> _idna2008Properties;
   // The table's bits for the codepoint (idna/QNUnicodeIDNA2008Categories.cpp).
   uint16_t IDNA2008PropertyBits(uint32_t codepoint);
+  // Step 8 of IDNA2008 ToASCII: the rule of every CONTEXTJ and CONTEXTO codepoint of the label,
+  // in time linear in its length (idna/QNUnicodeIDNA2008Rules.cpp).
+  bool IDNA2008ContextRulesHold(std::u16string_view label, UnicodeString* error);
 };
