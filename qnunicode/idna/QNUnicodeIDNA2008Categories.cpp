@@ -6,6 +6,7 @@
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/idna/QNUnicodeIDNA2008Table.h"
+#include "qnunicode/normalization/QNUnicodeNormalizationTables.h"
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
@@ -128,8 +129,14 @@ uint16_t QNUnicodeDatabase::IDNA2008PropertyBits(uint32_t codepoint) {
     categories |= kIDNA2008OldHangulJamo;
   }
   if (generalCategory == u"Cn" && !noncharacter) categories |= kIDNA2008Unassigned;
+  uint16_t facts = 0;
+  const UnicodeString bidi = record ? record->bidirectionalCategory() : UnicodeString();
+  if (bidi == u"R" || bidi == u"AL" || bidi == u"AN") facts |= kIDNA2008RightToLeft;
+  if (normalizationTables(true).isInert(codepoint, NormalizationTables::FormC)) {
+    facts |= kIDNA2008NFCInert;
+  }
   const uint16_t bits =
-      categories | kIDNA2008Known |
+      categories | facts | kIDNA2008Known |
       static_cast<uint16_t>(static_cast<unsigned>(derivedProperty(codepoint, categories))
                             << kIDNA2008DerivedShift);
   if (kept) (*_idna2008Properties)[codepoint] = bits;

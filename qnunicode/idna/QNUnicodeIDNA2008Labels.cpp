@@ -81,28 +81,38 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
   if (isASCIIOnly(label)) {
     return fail(error, u"Label is ASCII only but not an LDH-Label (Letters, Digits, Hyphen).");
   }
-  const UnicodeString text(label);
-  if (normalizationFormCForString(text) != text) {
-    return fail(error, u"Invalid U-Label. Must be in Normalization Form C");
-  }
-  // Step 4, noting the first four codepoints and whether any needs a context rule.
+  // Step 4, noting the first four codepoints, whether any needs a context rule, whether NFC
+  // could change any and whether any is right to left.
   uint32_t leading[4] = {0, 0, 0, 0};
   int32_t count = 0;
+  uint16_t allBits = 0xFFFF, anyBits = 0;
   bool needsContext = false;
   uint32_t refused = 0;
   IDNA2008Derived refusal = IDNA2008Derived::PVALID;
   walkCodepoints(label, [&](uint32_t c) {
-    const IDNA2008Derived derived = qnunicode::detail::derivedOfBits(IDNA2008PropertyBits(c));
-    if (derived == IDNA2008Derived::DISALLOWED || derived == IDNA2008Derived::UNASSIGNED) {
+    const uint16_t bits = IDNA2008PropertyBits(c);
+    allBits &= bits;
+    anyBits |= bits;
+    const IDNA2008Derived derived = qnunicode::detail::derivedOfBits(bits);
+    if (refusal == IDNA2008Derived::PVALID &&
+        (derived == IDNA2008Derived::DISALLOWED || derived == IDNA2008Derived::UNASSIGNED)) {
       refused = c;
       refusal = derived;
-      return false;
     }
-    needsContext = needsContext || derived != IDNA2008Derived::PVALID;
+    if (derived == IDNA2008Derived::CONTEXTJ || derived == IDNA2008Derived::CONTEXTO) {
+      needsContext = true;
+    }
     if (count < 4) leading[count] = c;
     ++count;
     return true;
   });
+  // Step 3 comes first: a label of codepoints that NFC leaves alone is in NFC.
+  if (!(allBits & qnunicode::detail::kIDNA2008NFCInert)) {
+    const UnicodeString text(label);
+    if (normalizationFormCForString(text) != text) {
+      return fail(error, u"Invalid U-Label. Must be in Normalization Form C");
+    }
+  }
   if (refusal != IDNA2008Derived::PVALID) {
     return fail(error,
                 QNFormat("Invalid U-Label. 4.2.2. of RFC 5891: U+%04X is %s", refused,
@@ -123,7 +133,11 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
     return fail(error, u"Invalid U-Label. 4.2.3.2. (Leading Combining Marks) of RFC 5891");
   }
   if (needsContext && !IDNA2008ContextRulesHold(label, error)) return std::nullopt;
-  if (QNUnicode_IDNA::containsRTLCharacter(label)) {
+  // Right to left by the shared database's records: this database's when it is the shared one.
+  const bool rightToLeft = QNUnicodeDatabase::sharedDatabase().get() == this
+                               ? (anyBits & qnunicode::detail::kIDNA2008RightToLeft) != 0
+                               : QNUnicode_IDNA::containsRTLCharacter(label);
+  if (rightToLeft) {
     UnicodeString bidiError;
     if (!IDNA2008BidiTestForLabel(label, &bidiError)) {
       return fail(error, u"Invalid U-Label. 4.2.3.4. (Right to Left) of RFC 5891: ", bidiError);

@@ -21,6 +21,11 @@ enum IDNA2008Bit : uint16_t {
   kIDNA2008JoinControl = 1u << 7,
   kIDNA2008OldHangulJamo = 1u << 8,
   kIDNA2008Unassigned = 1u << 9,
+  // Beside the categories, two facts the label conversion asks of every codepoint: the
+  // bidirectional category is R, AL or AN, and the codepoint is left as it is by NFC whatever
+  // surrounds it (so a label of such codepoints is in NFC).
+  kIDNA2008RightToLeft = 1u << 13,
+  kIDNA2008NFCInert = 1u << 14,
   kIDNA2008Known = 1u << 15,
 };
 constexpr unsigned kIDNA2008DerivedShift = 10;
