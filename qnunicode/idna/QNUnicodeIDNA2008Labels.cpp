@@ -57,7 +57,7 @@ bool hasACEPrefix(std::u16string_view label) {
          equalIgnoringASCIICase(label.substr(0, QNUnicodeACELabel.size()), QNUnicodeACELabel);
 }
 
-// A message with “text” in the curly quotation marks at each %@, in order.
+// The message with the texts in place of its %@ placeholders, in order.
 UnicodeString quoted(std::u16string_view format, std::initializer_list<std::u16string_view> texts) {
   UnicodeString message;
   auto text = texts.begin();
@@ -176,15 +176,14 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToUnicode(
   if (!QNUnicode_IDNA::isLDHLabel(label) && !equalIgnoringASCIICase(label, QNUnicodeACELabel)) {
     return fail(error, u"Not an LDH-Label.");
   }
-  const std::string prefix = qnunicode::logText(QNUnicodeACELabel);
   if (!hasACEPrefix(label)) {
-    return fail(error,
-                QNFormat("Not an A-Label. Does not start with ACE prefix (%s).", prefix.c_str()));
+    return fail(error, quoted(u"Not an A-Label. Does not start with ACE prefix (%@).",
+                              {QNUnicodeACELabel}));
   }
   if (label.size() == QNUnicodeACELabel.size()) {
-    return fail(error, QNFormat("Invalid A-Label. Must contain at least one character after the "
-                                "ACE prefix (%s).",
-                                prefix.c_str()));
+    return fail(error, quoted(u"Invalid A-Label. Must contain at least one character after the "
+                              u"ACE prefix (%@).",
+                              {QNUnicodeACELabel}));
   }
   UnicodeString punycodeError;
   std::optional<UnicodeString> decoded = QNUnicode_IDNA::punycodeDecodedStringWithError(
