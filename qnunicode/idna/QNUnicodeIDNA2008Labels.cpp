@@ -1,6 +1,8 @@
 // The IDNA2008 label conversions that the domain-level ToASCII and ToUnicode dispatch type 1 to:
 // the registration checks of RFC 5891 section 4 in this library's order, and the A-label back
 // to its U-label by way of a round trip.
+#include <algorithm>
+
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/idna/QNUnicodeCodepointWalk.h"
 #include "qnunicode/idna/QNUnicodeDomainLabels.h"
@@ -9,6 +11,7 @@
 #include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/util/QNLog.h"
+#include "qnunicode/util/QNScanner.h"
 
 namespace {
 
@@ -189,8 +192,14 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToUnicode(
   std::optional<UnicodeString> decoded = QNUnicode_IDNA::punycodeDecodedStringWithError(
       label.substr(QNUnicodeACELabel.size()), &punycodeError);
   if (!decoded) return fail(error, u"Fake A-Label: ", punycodeError);
+  // Back to an A-label by the domain-level conversion, or straight by the label's when the
+  // decoded text is one label to it (no separator, no white space in front).
   UnicodeString backError;
-  const std::optional<UnicodeString> back = IDNAToASCII(1, *decoded, &backError);
+  const bool oneLabel = !decoded->empty() && !qnunicode::isWhitespaceOrNewline((*decoded)[0]) &&
+                        std::none_of(decoded->begin(), decoded->end(), qnunicode::isLabelSeparator);
+  const std::optional<UnicodeString> back = oneLabel
+                                                ? IDNA2008SingleLabelToASCII(*decoded, &backError)
+                                                : IDNAToASCII(1, *decoded, &backError);
   if (!back) {
     return fail(error, quoted(u"Invalid A-Label. Converting putative U-Label \u201C%@\u201D back "
                               u"to A-Label failed: %@",
