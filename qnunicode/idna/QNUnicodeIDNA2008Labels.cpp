@@ -19,6 +19,7 @@ using qnunicode::detail::IDNA2008Derived;
 using qnunicode::detail::walkCodepoints;
 
 constexpr int32_t kMaximumLabelLength = 63;
+constexpr int32_t kShortLabel = 64;
 
 std::nullopt_t fail(UnicodeString* error, std::u16string_view message) {
   if (error) error->assign(message);
@@ -86,7 +87,9 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
   }
   // Step 4, noting the first four codepoints, whether any needs a context rule, whether NFC
   // could change any and whether any is right to left.
-  uint32_t leading[4] = {0, 0, 0, 0};
+  // The codepoints of a label short enough to become an A-label, kept for the encoding.
+  uint32_t shortLabel[kShortLabel] = {};
+  const uint32_t* leading = shortLabel;
   int32_t count = 0;
   uint16_t allBits = 0xFFFF, anyBits = 0;
   bool needsContext = false;
@@ -105,7 +108,7 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
     if (derived == IDNA2008Derived::CONTEXTJ || derived == IDNA2008Derived::CONTEXTO) {
       needsContext = true;
     }
-    if (count < 4) leading[count] = c;
+    if (count < kShortLabel) shortLabel[count] = c;
     ++count;
     return true;
   });
@@ -146,13 +149,24 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
       return fail(error, u"Invalid U-Label. 4.2.3.4. (Right to Left) of RFC 5891: ", bidiError);
     }
   }
-  UnicodeString punycodeError;
-  std::optional<UnicodeString> encoded =
-      QNUnicode_IDNA::punycodeEncodedStringWithError(label, &punycodeError);
-  if (!encoded) return fail(error, u"Invalid U-Label. ", punycodeError);
   UnicodeString aLabel(QNUnicodeACELabel);
-  aLabel += *encoded;
-  const int32_t length = QNUnicode::UTF32Length(aLabel);
+  if (count <= kShortLabel) {
+    // The codec on the walked codepoints with the room the string form gives a label this short.
+    char encoded[4 * kShortLabel];
+    uint32_t encodedLength = sizeof encoded;
+    if (qnunicode::punycode_encode(static_cast<uint32_t>(count), shortLabel, nullptr,
+                                   &encodedLength, encoded) != qnunicode::QNPunycodeSuccess) {
+      return fail(error, u"Invalid U-Label. Punycode encoding failed.");
+    }
+    aLabel.append(encoded, encoded + encodedLength);
+  } else {
+    UnicodeString punycodeError;
+    std::optional<UnicodeString> encoded =
+        QNUnicode_IDNA::punycodeEncodedStringWithError(label, &punycodeError);
+    if (!encoded) return fail(error, u"Invalid U-Label. ", punycodeError);
+    aLabel += *encoded;
+  }
+  const auto length = static_cast<int32_t>(aLabel.size());  // ASCII
   if (length < 1 || length > kMaximumLabelLength) {
     return fail(
         error,
@@ -188,10 +202,20 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToUnicode(
                               u"ACE prefix (%@).",
                               {QNUnicodeACELabel}));
   }
-  UnicodeString punycodeError;
-  std::optional<UnicodeString> decoded = QNUnicode_IDNA::punycodeDecodedStringWithError(
-      label.substr(QNUnicodeACELabel.size()), &punycodeError);
-  if (!decoded) return fail(error, u"Fake A-Label: ", punycodeError);
+  // The label is ASCII and at most 63 units (LDH), so the codec takes its units as they are
+  // and needs room for as many codepoints.
+  const std::u16string_view rest = label.substr(QNUnicodeACELabel.size());
+  char input[kMaximumLabelLength];
+  uint32_t output[kMaximumLabelLength];
+  for (size_t k = 0; k < rest.size(); ++k) input[k] = static_cast<char>(rest[k]);
+  auto length = static_cast<uint32_t>(rest.size());
+  if (qnunicode::punycode_decode(length, input, &length, output, nullptr) !=
+      qnunicode::QNPunycodeSuccess) {
+    return fail(error, u"Fake A-Label: Punycode decoding failed.");
+  }
+  std::optional<UnicodeString> decoded(std::in_place);
+  decoded->reserve(length);
+  for (uint32_t k = 0; k < length; ++k) qnunicode::appendUTF16(*decoded, output[k]);
   // Back to an A-label by the domain-level conversion, or straight by the label's when the
   // decoded text is one label to it (no separator, no white space in front).
   UnicodeString backError;
