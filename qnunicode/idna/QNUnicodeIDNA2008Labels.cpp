@@ -77,6 +77,37 @@ UnicodeString quoted(std::u16string_view format, std::initializer_list<std::u16s
   return message;
 }
 
+// Steps 10 and 11: the label's A-label, from its walked codepoints when they were all kept (a
+// label too long for that goes through the string form), or none with the message.
+std::optional<UnicodeString> aLabelOf(std::u16string_view label, const uint32_t* codepoints,
+                                      int32_t count, UnicodeString* error) {
+  UnicodeString aLabel(QNUnicodeACELabel);
+  if (count <= kShortLabel) {
+    // The codec on the walked codepoints with the room the string form gives a label this short.
+    char encoded[4 * kShortLabel];
+    uint32_t encodedLength = sizeof encoded;
+    if (qnunicode::punycode_encode(static_cast<uint32_t>(count), codepoints, nullptr,
+                                   &encodedLength, encoded) != qnunicode::QNPunycodeSuccess) {
+      return fail(error, u"Invalid U-Label. Punycode encoding failed.");
+    }
+    aLabel.append(encoded, encoded + encodedLength);
+  } else {
+    UnicodeString punycodeError;
+    std::optional<UnicodeString> encoded =
+        QNUnicode_IDNA::punycodeEncodedStringWithError(label, &punycodeError);
+    if (!encoded) return fail(error, u"Invalid U-Label. ", punycodeError);
+    aLabel += *encoded;
+  }
+  const auto length = static_cast<int32_t>(aLabel.size());  // ASCII
+  if (length < 1 || length > kMaximumLabelLength) {
+    return fail(
+        error,
+        QNFormat("Invalid U-Label. 4.4. (Punycode Conversion) of RFC 5891: Invalid length: %i",
+                 length));
+  }
+  return aLabel;
+}
+
 }  // namespace
 
 std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
@@ -85,9 +116,8 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
   if (isASCIIOnly(label)) {
     return fail(error, u"Label is ASCII only but not an LDH-Label (Letters, Digits, Hyphen).");
   }
-  // Step 4, noting the first four codepoints, whether any needs a context rule, whether NFC
-  // could change any and whether any is right to left.
-  // The codepoints of a label short enough to become an A-label, kept for the encoding.
+  // Step 4, noting the codepoints (of a label short enough to become an A-label), whether any
+  // needs a context rule, whether NFC could change any and whether any is right to left.
   uint32_t shortLabel[kShortLabel] = {};
   const uint32_t* leading = shortLabel;
   int32_t count = 0;
@@ -149,31 +179,7 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToASCII(
       return fail(error, u"Invalid U-Label. 4.2.3.4. (Right to Left) of RFC 5891: ", bidiError);
     }
   }
-  UnicodeString aLabel(QNUnicodeACELabel);
-  if (count <= kShortLabel) {
-    // The codec on the walked codepoints with the room the string form gives a label this short.
-    char encoded[4 * kShortLabel];
-    uint32_t encodedLength = sizeof encoded;
-    if (qnunicode::punycode_encode(static_cast<uint32_t>(count), shortLabel, nullptr,
-                                   &encodedLength, encoded) != qnunicode::QNPunycodeSuccess) {
-      return fail(error, u"Invalid U-Label. Punycode encoding failed.");
-    }
-    aLabel.append(encoded, encoded + encodedLength);
-  } else {
-    UnicodeString punycodeError;
-    std::optional<UnicodeString> encoded =
-        QNUnicode_IDNA::punycodeEncodedStringWithError(label, &punycodeError);
-    if (!encoded) return fail(error, u"Invalid U-Label. ", punycodeError);
-    aLabel += *encoded;
-  }
-  const auto length = static_cast<int32_t>(aLabel.size());  // ASCII
-  if (length < 1 || length > kMaximumLabelLength) {
-    return fail(
-        error,
-        QNFormat("Invalid U-Label. 4.4. (Punycode Conversion) of RFC 5891: Invalid length: %i",
-                 length));
-  }
-  return aLabel;
+  return aLabelOf(label, shortLabel, count, error);
 }
 
 std::optional<UnicodeString> QNUnicodeDatabase::IDNA2008SingleLabelToUnicode(
