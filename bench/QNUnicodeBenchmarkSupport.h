@@ -56,5 +56,6 @@ void registerNameBenchmarks();
 void registerEscapeBenchmarks();
 void registerUnihanBenchmarks();
 void registerIDNABenchmarks();
+void registerIDNA2008Benchmarks();
 
 }  // namespace qnunicode::bench

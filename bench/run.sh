@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
-cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_idna_bench qnunicode_memory \
+cmake --build "$build" -j"$(nproc)" --target qnunicode_bench qnunicode_idna_bench \
+  qnunicode_idna2008_bench qnunicode_memory \
   qnunicode_unihan_memory qnu
 
 echo "== Figures against ICU (medians of 5 repetitions)"
@@ -16,6 +17,11 @@ echo
 echo "== Domain names against libidn (medians of 5 repetitions)"
 "$build/bench/qnunicode_idna_bench" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
   --benchmark_min_time=0.2
+
+echo
+echo "== IDNA2008 against libidn2 and ICU (medians of 5 repetitions)"
+"$build/bench/qnunicode_idna2008_bench" --benchmark_repetitions=5 \
+  --benchmark_report_aggregates_only=true --benchmark_min_time=0.2
 
 echo
 echo "== Memory"

@@ -20,6 +20,7 @@ set(QNUNICODE_PUBLIC_HEADERS
   escapes/QNUnicodeEscapes.h
   escapes/QNXHTMLDatabase.h
   idna/QNUnicodeDomainLabels.h
+  idna/QNUnicodeIDNA2008.h
   idna/QNUnicodePunycode.h
   idna/QNUnicodeStringprepProcessor.h
   names/QNUnicodeNameLookup.h

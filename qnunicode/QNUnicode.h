@@ -7,6 +7,7 @@
 #include "qnunicode/escapes/QNUnicodeEscapes.h"
 #include "qnunicode/escapes/QNXHTMLDatabase.h"
 #include "qnunicode/idna/QNUnicodeDomainLabels.h"
+#include "qnunicode/idna/QNUnicodeIDNA2008.h"
 #include "qnunicode/idna/QNUnicodePunycode.h"
 #include "qnunicode/idna/QNUnicodeStringprepProcessor.h"
 #include "qnunicode/names/QNUnicodeNameLookup.h"

@@ -45,6 +45,7 @@ class DefaultBidirectionalCodes;
 class NormalizationTables;
 class IntervalIndex;
 class DataFile;
+class IDNA2008PropertyTable;
 }  // namespace qnunicode::detail
 
 // Data-file prefixes: every data file is found by the beginning of its file name.
@@ -418,10 +419,9 @@ class QNUnicodeDatabase {
   void postReadingUnihanNotificationWithUserInfo(QNInfoValue::Map userInfo);
   void postDidReadUnihanNotificationFromThread(std::thread::id thread);
   // ---- Domain names (idna/) ------------------------------------------------------------------
-  // The IDNA type: 0 is IDNA2003, 1 is IDNA2008 (its label conversions are not built yet: they
-  // fail with a message saying so); any other type is unknown, logged as such, and fails any
-  // domain that holds a label. Failures give none and store one message in `error` when it is
-  // given. The domain is split at the label separators, white space in front of a label or a
+  // The IDNA type: 0 is IDNA2003, 1 is IDNA2008; any other type is unknown, logged as such, and
+  // fails any domain that holds a label. Failures give none and store one message in `error` when
+  // it is given. The domain is split at the label separators, white space in front of a label or a
   // separator run being dropped; ToASCII writes every separator as ".", ToUnicode keeps them.
   //
   // The forms without `error` log the message that came back instead.
@@ -467,12 +467,47 @@ class QNUnicodeDatabase {
       std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
       bool* containsUnassignedCodepoints, UnicodeString* error);
 
-  // The IDNA2008 label conversions that type 1 dispatches to. Not built yet: each fails with
-  // "IDNA2008 label conversion is not implemented yet".
+  // ---- IDNA2008 (idna/) -----------------------------------------------------------------------
+  // The RFC 5892 categories the codepoint belongs to, as the IDNA2008_Category_* views, in the
+  // order A, B, C, D, E, F, H, I, J (G, whose table is empty, never): worked out from this
+  // database's record, PropList, DerivedCoreProperties, Blocks and HangulSyllableType, with NFKC
+  // and full case folding (B is NFKC(fold(NFKC(c))) != c), so they follow the loaded UCD version.
+  // A property file that cannot be read fails its tests. Each codepoint up to 0x10FFFF is worked
+  // out once and kept by the database for its life.
+  std::vector<std::u16string_view> IDNA2008CategoriesForCodepoint(uint32_t codepoint);
+  // The derived property (an IDNA2008DerivedProperty_* view) by the categories, first match
+  // winning: the exceptions table's value, UNASSIGNED (J), PVALID (E), CONTEXTJ (H), DISALLOWED
+  // (B, C, D, I), PVALID (A), else DISALLOWED. So "A" is DISALLOWED and "a" PVALID.
+  std::u16string_view IDNA2008DerivedPropertyForCodepoint(uint32_t codepoint);
+
+  // RFC 5891 registration of one label: an LDH label comes back unchanged (upper case and
+  // "xn--" labels too); otherwise the label must hold non-ASCII, be in NFC, hold no DISALLOWED
+  // or UNASSIGNED codepoint, have no "-" at either end nor "--" in 3rd and 4th place, not start
+  // with a combining mark, pass the contextual rules and, when it holds R, AL or AN (by the
+  // shared database), the Bidi Rule, and encode to an A-label of 1 to 63 codepoints. Each
+  // failure gives none and stores its one message in `error` when given; nothing is logged.
   std::optional<UnicodeString> IDNA2008SingleLabelToASCII(std::u16string_view label,
                                                           UnicodeString* error);
+  // A non-reserved LDH label (the empty one too) comes back unchanged; otherwise the label must
+  // be an ASCII LDH label with the ACE prefix (any case) and something after it, decode, and
+  // convert back by IDNA2008 ToASCII to itself ignoring ASCII case, and the decoded U-label is
+  // answered. A label that is already a U-label is refused, deliberately. Failures as above.
   std::optional<UnicodeString> IDNA2008SingleLabelToUnicode(std::u16string_view label,
                                                             UnicodeString* error);
+  // The Bidi Rule of RFC 5893 (rules 1 to 6) over the label's bidirectional categories: false
+  // with "Failed bidi test N. for codepoint U+XXXX" (or the empty-label message) on failure.
+  bool IDNA2008BidiTestForLabel(std::u16string_view label, UnicodeString* error = nullptr);
+  // A domain-level bidi test for hosts (no conversion calls it): every label gets the label
+  // test, and the domain fails only when it holds an RTL label and a failing label is not LDH,
+  // or a failing LDH label starting with a digit follows a label with an RTL character. The
+  // message of the last failing label stays in `error`, even when the domain passes.
+  bool IDNA2008BidiTestForDomainName(std::u16string_view domain, UnicodeString* error = nullptr);
+  // The contextual rule of RFC 5892 appendix A for the codepoint at codepoint index `position`
+  // of the label: CONTEXTJ rules for U+200C and U+200D, CONTEXTO rules (all passing when
+  // `isLookup`) for U+00B7, U+0375, U+05F3, U+05F4, U+30FB and the two Arabic-Indic digit
+  // ranges; any other codepoint has no rule and fails. False with the rule's message on failure.
+  bool IDNA2008ContextRuleTestForCodepointAtPosition(int32_t position, std::u16string_view label,
+                                                     bool isLookup, UnicodeString* error = nullptr);
 
  private:
   // What the integrity check reads from the files themselves: each checked prefix's file with
@@ -610,4 +645,11 @@ class QNUnicodeDatabase {
   // The line-break class of every codepoint up to 0x10FFFF as read back from _lineBreaks once
   // the file is read, for lookups without a walk down the tree.
   std::shared_ptr<const qnunicode::detail::IntervalIndex> _lineBreakIndex;
+  // The IDNA2008 categories and derived property of each codepoint, worked out on first asking.
+  std::shared_ptr<qnunicode::detail::IDNA2008PropertyTable> _idna2008Properties;
+  // The table's bits for the codepoint (idna/QNUnicodeIDNA2008Categories.cpp).
+  uint16_t IDNA2008PropertyBits(uint32_t codepoint);
+  // Step 8 of IDNA2008 ToASCII: the rule of every CONTEXTJ and CONTEXTO codepoint of the label,
+  // in time linear in its length (idna/QNUnicodeIDNA2008Rules.cpp).
+  bool IDNA2008ContextRulesHold(std::u16string_view label, UnicodeString* error);
 };

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/QNUnicodeCodepoints.h"
 
 namespace qnunicode::detail {
@@ -11,8 +12,10 @@ namespace qnunicode::detail {
 // walk does. Answers false when `visit` stopped it.
 template <typename Visit>
 bool walkCodepoints(std::u16string_view string, Visit visit) {
-  for (int32_t offset = string.empty() ? -1 : 0; offset >= 0;) {
-    if (!visit(QNUnicode::codepointAtIndex(string, 0, offset, &offset))) return false;
+  for (size_t position = 0; position < string.size();) {
+    const UTF16Codepoint step = codepointWalkStep(string.data(), string.size(), position);
+    position += step.length;
+    if (!visit(step.codepoint)) return false;
   }
   return true;
 }

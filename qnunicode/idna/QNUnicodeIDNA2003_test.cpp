@@ -124,10 +124,12 @@ TEST(QNUnicodeIDNA2003Test, OtherTypesAndTheFormsThatLog) {
   const auto db = database();
   LogCapture log;
   UnicodeString error;
-  // IDNA2008 is not built yet: type 1 says so instead of converting.
-  EXPECT_EQ(db->IDNAToASCII(1, u"b\u00FCcher", &error), std::nullopt);
-  EXPECT_EQ(error, u"IDNA2008 label conversion is not implemented yet");
-  EXPECT_EQ(db->IDNAToUnicode(1, u"xn--bcher-kva", &error), std::nullopt);
+  // Type 1 is IDNA2008, whose failures are messages, not log lines; ToASCII turns every
+  // separator into a full stop, ToUnicode keeps them.
+  EXPECT_EQ(db->IDNAToASCII(1, u"b\u00FCcher\u3002de", &error), u"xn--bcher-kva.de");
+  EXPECT_EQ(db->IDNAToUnicode(1, u"xn--bcher-kva\u3002de", &error), u"b\u00FCcher\u3002de");
+  EXPECT_EQ(db->IDNAToASCII(1, u"a.B\u00FCcher", &error), std::nullopt);
+  EXPECT_EQ(error, u"Invalid U-Label. 4.2.2. of RFC 5891: U+0042 is DISALLOWED");
   EXPECT_EQ(db->IDNAToASCII(1, u"..", &error), u"..");  // no label, nothing to convert
   EXPECT_TRUE(log.lines().empty());
   // An unknown type fails any domain with a label, with a log line and no message.

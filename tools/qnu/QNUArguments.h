@@ -42,8 +42,8 @@ inline constexpr std::string_view kStandardInputArgument = "-";
 // left out.
 UnicodeString standardInputText(bool dropFinalLineEnd);
 // The items a command works through: its arguments, each decoded, or with none (or only "-") the
-// lines of standard input (split at line feeds, a carriage return before one dropped, no item after a
-// final line feed). Raises UsageError for bytes that are not UTF-8.
+// lines of standard input (split at line feeds, a carriage return before one dropped, no item after
+// a final line feed). Raises UsageError for bytes that are not UTF-8.
 std::vector<UnicodeString> argumentsOrInputLines(const std::vector<std::string>& arguments);
 
 }  // namespace qnu

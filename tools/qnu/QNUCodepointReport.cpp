@@ -164,6 +164,13 @@ std::vector<ReportField> CodepointReporter::fields(uint32_t codepoint) {
       jsonTextList(db.extendedPropertiesForCodepoint(codepoint)));
   add("derivedCoreProperties", "Derived core properties",
       jsonTextList(db.derivedCorePropertiesForCodepoint(codepoint)));
+  Json idna2008Categories = Json::array();
+  for (std::u16string_view category : db.IDNA2008CategoriesForCodepoint(codepoint)) {
+    idna2008Categories.push_back(jsonText(category));
+  }
+  add("IDNA2008Categories", "IDNA2008 categories", std::move(idna2008Categories));
+  add("IDNA2008DerivedProperty", "IDNA2008 derived property",
+      jsonText(db.IDNA2008DerivedPropertyForCodepoint(codepoint)));
   add("plane", "Plane", record->plane());
   add("isAssignedCodePoint", "Assigned code point", record->isAssignedCodePoint());
   const QNUnicodeNamesList_CharEntry* entry = namesListEntry(codepoint);

@@ -54,46 +54,48 @@ void expectFields(const Json& actual, const Json& expected) {
 
 // U+00E9, a record of its own UnicodeData line.
 constexpr std::string_view kSmallEWithAcute = R"(U+00E9 é
-  UTF-8                    0xC3A9
-  UTF-16                   0x00E9
-  Name                     LATIN SMALL LETTER E WITH ACUTE
-  General category         Ll (Lowercase_Letter)
-  Codepoint type           Graphic
-  Combining class          0 (Not_Reordered)
-  Bidirectional category   L (Left_To_Right)
-  Decomposition            0065 0301 (Canonical Mapping)
-  Numeric type             None
-  Numeric value            (none)
-  Mirrored                 no
-  Unicode 1.0 name         LATIN SMALL LETTER E ACUTE
-  Comment                  (none)
-  Uppercase mapping        00C9
-  Lowercase mapping        (none)
-  Titlecase mapping        00C9
-  Special casing           (none)
-  Case folding (full)      00E9
-  Block                    Latin-1 Supplement
-  Script                   Latin
-  Age                      1.1
-  Line break               AL (Alphabetic)
-  Hangul syllable type     NA
-  Jamo short name          (none)
-  Joining type             U (Non_Joining)
-  Joining group            (none)
-  Properties               (none)
-  Derived core properties  Alphabetic, Cased, Changes_When_Casemapped, Changes_When_Titlecased, Changes_When_Uppercased, Grapheme_Base, ID_Continue, ID_Start, Lowercase, XID_Continue, XID_Start
-  Plane                    0
-  Assigned code point      yes
-  Names list               EQUIV  0065 0301
-  Index names              E WITH ACUTE, LATIN SMALL LETTER
-  Escapes                  URL   %C3%A9
-                           C99   \u00e9
-                           Java  \u00e9
-                           COct  \303\251
-                           CS1   \00e9
-                           CS2   \0000e9 
-                           CS21  \0000e9 
-                           XHTML &eacute;
+  UTF-8                      0xC3A9
+  UTF-16                     0x00E9
+  Name                       LATIN SMALL LETTER E WITH ACUTE
+  General category           Ll (Lowercase_Letter)
+  Codepoint type             Graphic
+  Combining class            0 (Not_Reordered)
+  Bidirectional category     L (Left_To_Right)
+  Decomposition              0065 0301 (Canonical Mapping)
+  Numeric type               None
+  Numeric value              (none)
+  Mirrored                   no
+  Unicode 1.0 name           LATIN SMALL LETTER E ACUTE
+  Comment                    (none)
+  Uppercase mapping          00C9
+  Lowercase mapping          (none)
+  Titlecase mapping          00C9
+  Special casing             (none)
+  Case folding (full)        00E9
+  Block                      Latin-1 Supplement
+  Script                     Latin
+  Age                        1.1
+  Line break                 AL (Alphabetic)
+  Hangul syllable type       NA
+  Jamo short name            (none)
+  Joining type               U (Non_Joining)
+  Joining group              (none)
+  Properties                 (none)
+  Derived core properties    Alphabetic, Cased, Changes_When_Casemapped, Changes_When_Titlecased, Changes_When_Uppercased, Grapheme_Base, ID_Continue, ID_Start, Lowercase, XID_Continue, XID_Start
+  IDNA2008 categories        LetterDigits (A)
+  IDNA2008 derived property  PVALID
+  Plane                      0
+  Assigned code point        yes
+  Names list                 EQUIV  0065 0301
+  Index names                E WITH ACUTE, LATIN SMALL LETTER
+  Escapes                    URL   %C3%A9
+                             C99   \u00e9
+                             Java  \u00e9
+                             COct  \303\251
+                             CS1   \00e9
+                             CS2   \0000e9 
+                             CS21  \0000e9 
+                             XHTML &eacute;
 )";
 
 TEST(QnuInspect, TextOfEachRecordKindForCodepointsInAnyWritingWithOptionsAnywhere) {
@@ -113,21 +115,21 @@ TEST(QnuInspect, TextOfEachRecordKindForCodepointsInAnyWritingWithOptionsAnywher
   EXPECT_EQ(headers, (Lines{"U+AC01 각", "U+1F600 😀", "U+0378", "U+FFFF", "U+00C5 Å", "U+0130 İ",
                             "U+0301 \u25CC\u0301", "U+0020  ", "U+001B", "U+2028", "U+D800"}));
   EXPECT_TRUE(contains(out, R"(
-  Name                     <Hangul Syllable>
-  Hangul syllable name     HANGUL SYLLABLE GAG
+  Name                       <Hangul Syllable>
+  Hangul syllable name       HANGUL SYLLABLE GAG
 )"));
   EXPECT_TRUE(contains(out, R"(
-  Index names              Emoticons
-                           Faces
+  Index names                Emoticons
+                             Faces
 )"));
   EXPECT_TRUE(contains(out, R"(
-  Names list               → (angstrom sign - 212B)
-                           EQUIV  0041 030A
+  Names list                 → (angstrom sign - 212B)
+                             EQUIV  0041 030A
 )"));
   EXPECT_TRUE(contains(out, R"(
-  Special casing           lower 0069 0307; title 0130; upper 0130
-                           lower 0069; title 0130; upper 0130; when tr
-                           lower 0069; title 0130; upper 0130; when az
+  Special casing             lower 0069 0307; title 0130; upper 0130
+                             lower 0069; title 0130; upper 0130; when tr
+                             lower 0069; title 0130; upper 0130; when az
 )"));
 }
 
@@ -254,7 +256,7 @@ TEST(QnuNormtest, ExitsWithZeroOnlyWhenEveryTestPassedAndShowsTheLibrarysProgres
                     "All 2 normalization tests successfully passed\n"}));
   EXPECT_TRUE(
       contains(qnu({"--data", scratch.path(), "--data", ucdDirectory(), "inspect", "A"}).out,
-               "  Block                    First Latin\n"));
+               "  Block                      First Latin\n"));
   // A file name that is not UTF-8 is written to JSON with U+FFFD in its place.
   const std::string failing = scratch.write("fail\xFF", "0041;0042;0041;0041;0041;\n\n");
   EXPECT_EQ(qnu({"normtest", failing, "--json"}),
@@ -352,7 +354,7 @@ TEST(QnuBadInput, EachMissingFileOtherThanUnicodeDataIsNamedOnceAfterTheAnswers)
   }
   const auto result = qnu({"--data", data.path(), "inspect", "AB"});
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_TRUE(contains(result.out, "  Script                   Unknown\n"));
+  EXPECT_TRUE(contains(result.out, "  Script                     Unknown\n"));
   Lines diagnostics = lines(result.err);  // without the library's own log lines
   std::erase_if(diagnostics, [](const std::string& line) { return !line.starts_with("qnu: "); });
   const std::string in = "' (no file with that prefix in " + data.path() + ")";

@@ -65,10 +65,10 @@ int runPunycode(Host& host, const PunycodeOptions& options);
 struct IdnaOptions {
   std::vector<std::string> domains;  // standard input, a domain a line, when none
   bool idna2003 = false;
-  bool idna2008 = false;  // not available yet: refused as bad usage
+  bool idna2008 = false;  // the default when neither is given
   bool toUnicode = false;
 };
-// Each domain converted by IDNA2003 (ToASCII, or ToUnicode) on standard output, or
+// Each domain converted by IDNA2008, or IDNA2003 (ToASCII, or ToUnicode), on standard output, or
 // "qnu: DOMAIN: MESSAGE" on standard error; every input is answered, and kExitCheckFailed when
 // any failed.
 int runIdna(Host& host, const IdnaOptions& options);

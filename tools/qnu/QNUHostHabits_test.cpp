@@ -205,7 +205,7 @@ TEST(QnuCommandLine, MistypedCommandsAndNumbersAreNamedAndHelpShowsTheCommonOpti
 TEST(QnuDataDirectory, TheOptionThenQnuDataThenThePreparedDirectory) {
   ScratchDirectory first;
   first.write("Blocks.txt", "0000..007F; First Latin\n");
-  const std::string block = "  Block                    ";
+  const std::string block = "  Block                      ";
   {
     ScopedEnvironment data("QNU_DATA", first.path() + "::" + ucdDirectory() + ":");
     EXPECT_TRUE(contains(qnu({"inspect", "A"}).out, block + "First Latin\n"));
@@ -278,7 +278,7 @@ TEST(QnuDamagedData, RandomBytesAndUnreadableFilesAreNeverSilent) {
   // and the file that could not be read.
   const Result result = qnu({"--data", data.path(), "inspect", "\u00E9"});
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_TRUE(contains(result.out, "  General category         Cn (Unassigned)\n"));
+  EXPECT_TRUE(contains(result.out, "  General category           Cn (Unassigned)\n"));
   const Lines err = lines(result.err);
   ASSERT_EQ(err.size(), 2u) << result.err;
   EXPECT_EQ(err[0], "qnu: data file 'Blocks' could not be read (" + data.path() +

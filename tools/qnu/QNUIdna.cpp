@@ -22,27 +22,34 @@ void requireNameprepProfile() {
 }  // namespace
 
 int runIdna(Host& host, const IdnaOptions& options) {
-  if (options.idna2008) {
-    throw UsageError("IDNA2008 conversion is not implemented yet; use --2003");
+  if (options.idna2003 && options.idna2008) {
+    throw UsageError("choose one conversion: --2003 or --2008");
   }
-  if (!options.idna2003) throw UsageError("choose the conversion: --2003 (IDNA2003)");
+  // IDNA2008 unless IDNA2003 is asked for.
+  const bool idna2003 = options.idna2003;
   const std::vector<UnicodeString> domains = argumentsOrInputLines(options.domains);
-  requireNameprepProfile();
+  if (idna2003) requireNameprepProfile();
   QNUnicodeDatabase& database = host.database();
   int code = kExitSuccess;
   for (const UnicodeString& domain : domains) {
     UnicodeString error;
     bool unassigned = false;
-    const std::optional<UnicodeString> result =
-        options.toUnicode ? database.IDNA2003ToUnicode(domain, &unassigned, &error)
-                          : database.IDNA2003ToASCII(domain, &unassigned, &error);
+    std::optional<UnicodeString> result;
+    if (idna2003) {
+      result = options.toUnicode ? database.IDNA2003ToUnicode(domain, &unassigned, &error)
+                                 : database.IDNA2003ToASCII(domain, &unassigned, &error);
+    } else {
+      result = options.toUnicode ? database.IDNAToUnicode(1, domain, &error)
+                                 : database.IDNAToASCII(1, domain, &error);
+    }
     if (!result) code = kExitCheckFailed;
     if (host.json()) {
       Json line;
       line["input"] = jsonText(std::u16string_view(domain));
       line["output"] = jsonText(result);
       line["error"] = result ? Json() : jsonText(std::u16string_view(error));
-      line["containsUnassignedCodepoints"] = unassigned;
+      // Only nameprep reports unassigned codepoints.
+      if (idna2003) line["containsUnassignedCodepoints"] = unassigned;
       writeOut(jsonLine(line));
     } else if (result) {
       writeOut(qnunicode::toUTF8(*result) + "\n");

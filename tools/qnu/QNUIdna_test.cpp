@@ -47,10 +47,34 @@ TEST(QnuIdna, AnswersEveryDomainAndExitsWithOneWhenAnyFailed) {
                     "{\"input\":\"ab-\",\"output\":null,\"error\":\"ToASCII failed at step 3b\","
                     "\"containsUnassignedCodepoints\":false}\n",
                     ""}));
-  // IDNA2008 is not built yet, and the conversion must be named.
-  EXPECT_EQ(qnu({"idna", "--2008", "a"}),
-            (Result{2, "", "qnu: IDNA2008 conversion is not implemented yet; use --2003\n"}));
-  EXPECT_EQ(qnu({"idna", "a"}), (Result{2, "", "qnu: choose the conversion: --2003 (IDNA2003)\n"}));
+  EXPECT_EQ(qnu({"idna", "--2003", "--2008", "a"}),
+            (Result{2, "", "qnu: choose one conversion: --2003 or --2008\n"}));
+}
+
+TEST(QnuIdna, IDNA2008IsTheDefault) {
+  // No case mapping: the capital is refused; the separators become full stops.
+  const Result toASCII{1, "xn--bcher-kva.de\nABC\n",
+                       "qnu: B\u00FCcher: Invalid U-Label. 4.2.2. of RFC 5891: U+0042 is "
+                       "DISALLOWED\nqnu: a\u00B7b: Invalid U-Label. 4.2.3.3. (Contextual Rules) "
+                       "of RFC 5891: Failed A.3. context rule (MIDDLE DOT)\n"};
+  const std::string input = "b\u00FCcher\u3002de\nB\u00FCcher\nABC\na\u00B7b\n";
+  EXPECT_EQ(qnu({"idna"}, input), toASCII);
+  EXPECT_EQ(qnu({"idna", "--2008"}, input), toASCII);
+  EXPECT_EQ(
+      qnu({"idna", "--to-unicode", "xn--bcher-kva\u3002de", "b\u00FCcher"}),
+      (Result{1, "b\u00FCcher\u3002de\n",
+              "qnu: b\u00FCcher: Not an ASCII-Label. Contains non-ASCII codepoint U+00FC.\n"}));
+  EXPECT_EQ(qnu({"--json", "idna", "XN--BCHER-KVA", "xn--bcher-kva"}),
+            (Result{0,
+                    "{\"input\":\"XN--BCHER-KVA\",\"output\":\"XN--BCHER-KVA\",\"error\":null}\n"
+                    "{\"input\":\"xn--bcher-kva\",\"output\":\"xn--bcher-kva\",\"error\":null}\n",
+                    ""}));
+  EXPECT_EQ(qnu({"--json", "idna", "-u", "XN--BCHER-KVA"}),
+            (Result{1,
+                    "{\"input\":\"XN--BCHER-KVA\",\"output\":null,\"error\":\"Invalid A-Label. "
+                    "Converting putative U-Label \u201CB\u00FCCHER\u201D back to A-Label failed: "
+                    "Invalid U-Label. 4.2.2. of RFC 5891: U+0042 is DISALLOWED\"}\n",
+                    ""}));
 }
 
 TEST(QnuIdna, AnInstallationWithoutTheNameprepProfileSaysSo) {

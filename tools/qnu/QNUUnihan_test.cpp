@@ -95,7 +95,7 @@ TEST(QnuProgress, BarOnATerminalOnly) {
   const ProcessResult piped = qnuRun({"inspect", "\u4E18"});
   EXPECT_EQ(piped.exitCode, 0);
   EXPECT_EQ(piped.err, "");
-  EXPECT_TRUE(contains(piped.out, "\n  Unihan                   kBigFive               A543\n"));
+  EXPECT_TRUE(contains(piped.out, "\n  Unihan                     kBigFive               A543\n"));
 }
 
 TEST(QnuUnihan, InspectJsonHasTheEntryOfIdeographsOnly) {
@@ -130,7 +130,7 @@ TEST(QnuUnihan, ReadOnlyForCodepointsThatCanHaveAnEntry) {
   EXPECT_FALSE(contains(latin.err, "Codepoint out of range")) << latin.err;
   const ProcessResult ideograph = with({"inspect", "\u4E18"});
   EXPECT_TRUE(contains(ideograph.err, "Codepoint out of range: 1114112")) << ideograph.err;
-  EXPECT_TRUE(contains(ideograph.out, "\n  Unihan                   kX  y\n")) << ideograph.out;
+  EXPECT_TRUE(contains(ideograph.out, "\n  Unihan                     kX  y\n")) << ideograph.out;
 }
 
 TEST(QnuUnihan, SearchMatchesDefinitionsWithTheUnihanFlagOnly) {

@@ -198,11 +198,11 @@ void addPunycode(CLI::App& qnu, qnu::PunycodeOptions& options,
 void addIdna(CLI::App& qnu, qnu::IdnaOptions& options, std::function<int(Host&)>& selected) {
   CLI::App* command = qnu.add_subcommand(
       "idna",
-      "Convert each DOMAIN (or line of standard input) to its ASCII form by IDNA2003, or back "
-      "with --to-unicode; exits with 1 when any fails");
+      "Convert each DOMAIN (or line of standard input) to its ASCII form by IDNA2008 (or "
+      "IDNA2003 with --2003), or back with --to-unicode; exits with 1 when any fails");
   command->add_option("DOMAIN", options.domains, "Domain names");
   command->add_flag("--2003", options.idna2003, "IDNA2003 (RFC 3490, nameprep)");
-  command->add_flag("--2008", options.idna2008, "IDNA2008 (not available yet)");
+  command->add_flag("--2008", options.idna2008, "IDNA2008 (RFC 5891, no mapping; the default)");
   command->add_flag("-u,--to-unicode", options.toUnicode, "ToUnicode instead of ToASCII");
   command->callback([&] { selected = [&](Host& host) { return qnu::runIdna(host, options); }; });
 }
