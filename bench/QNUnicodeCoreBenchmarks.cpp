@@ -63,6 +63,47 @@ void registerRecordFigures() {
       });
 }
 
+// ---- Direct lookups of one field, every codepoint in order -------------------------------------
+
+template <typename Field>
+void directField(benchmark::State& state, Field field) {
+  auto database = warmDatabase();
+  field(*database, 0);  // the table is made once per database
+  for (auto _ : state) {
+    for (uint32_t c = 0; c <= kLastCodepoint; ++c) benchmark::DoNotOptimize(field(*database, c));
+  }
+}
+
+void registerDirectFigures() {
+  registerPair(
+      "generalCategoryForCodepoint",
+      [](benchmark::State& s) {
+        directField(
+            s, [](QNUnicodeDatabase& d, uint32_t c) { return d.generalCategoryForCodepoint(c); });
+      },
+      [](benchmark::State& s) { everyCodepoint(s, [](uint32_t c) { return u_charType(c); }); });
+  registerPair(
+      "canonicalCombiningClassForCodepoint",
+      [](benchmark::State& s) {
+        directField(s, [](QNUnicodeDatabase& d, uint32_t c) {
+          return d.canonicalCombiningClassForCodepoint(c);
+        });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_getCombiningClass(c); });
+      });
+  registerPair(
+      "bidirectionalCategoryForCodepoint",
+      [](benchmark::State& s) {
+        directField(s, [](QNUnicodeDatabase& d, uint32_t c) {
+          return d.bidirectionalCategoryForCodepoint(c);
+        });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_charDirection(c); });
+      });
+}
+
 // ---- Range properties, every codepoint in order
 // --------------------------------------------------
 
@@ -264,6 +305,7 @@ void registerFirstLookupFigure() {
 
 void registerCoreBenchmarks() {
   registerRecordFigures();
+  registerDirectFigures();
   registerRangeFigures();
   registerNormalizationFigures();
   registerCaseFoldingFigures();

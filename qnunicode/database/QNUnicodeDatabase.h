@@ -41,6 +41,7 @@ class QNUnicodeUnihanEntry;
 class QNUnicodeStringprepProcessor;
 namespace qnunicode::detail {
 class OnDemandRecords;
+class CategoryTables;
 class DefaultBidirectionalCodes;
 class NormalizationTables;
 class IntervalIndex;
@@ -193,12 +194,23 @@ class QNUnicodeDatabase {
   // ---- UnicodeData loading and record lookup -------------------------------------------------
   bool readDatabase();
   // Every codepoint answers a record (values above 0x10FFFF too); none only when UnicodeData
-  // cannot be read. Records of the file and of its ranges live as long as the database; records
-  // made on demand for unlisted codepoints belong to their holders.
+  // cannot be read. The records of codepoints up to 0x10FFFF (of the file, of its ranges and the
+  // default records of unlisted codepoints) belong to the database, live as long as it and are
+  // handed out without reference counting; above 0x10FFFF each call makes a record for its caller.
   std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint);
   std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointNumber(uint64_t number) {
     return unicodeDataForCodepoint(static_cast<uint32_t>(number));
   }
+  // Direct lookups of one field, without a record: the general category, the bidirectional
+  // category and the combining class of a codepoint, the same as unicodeDataForCodepoint's record
+  // answers (the default bidirectional category of unlisted codepoints as it was when the table
+  // was made, from the shared database's blocks then). The first call reads UnicodeData if needed
+  // and makes one compact two-stage table of the loaded data for the database's life; later
+  // calls are a few loads and take no lock. The views live as long as the database; empty (and
+  // 0) when UnicodeData cannot be read.
+  std::u16string_view generalCategoryForCodepoint(uint32_t codepoint);
+  std::u16string_view bidirectionalCategoryForCodepoint(uint32_t codepoint);
+  uint32_t canonicalCombiningClassForCodepoint(uint32_t codepoint);
   // Every record of the file in file order, each range's members between its First and Last.
   const std::vector<const QNUnicodeData*>& allUnicodeData();
   // Every record of allUnicodeData in its order, as (codepoint, record), without making the
@@ -597,6 +609,18 @@ class QNUnicodeDatabase {
   std::shared_ptr<RecordStorage> _recordStorage;
   // Records made on demand for codepoints the file does not list.
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  // The table of the direct lookups (database/QNUnicodeCategoryTables.cpp), published through
+  // _categoryTablesReady once made; none when the file gives too many distinct values for it.
+  enum class CategoryField { General, Bidirectional };
+  std::shared_ptr<qnunicode::detail::CategoryTables> makeCategoryTables();
+  qnunicode::detail::CategoryTables* categoryTables();
+  // The answer when the table has none: while it is made, above 0x10FFFF, or without a table.
+  std::u16string_view categoryAnswer(uint32_t codepoint, CategoryField field);
+  std::mutex _categoryTablesMutex;
+  bool _categoryTablesTried = false;
+  std::shared_ptr<qnunicode::detail::CategoryTables> _categoryTables;
+  std::atomic<qnunicode::detail::CategoryTables*> _categoryTablesReady{nullptr};
+  std::set<UnicodeString, std::less<>> _keptCategoryAnswers;
   // The default bidirectional categories of unlisted codepoints (records/QNUnicodeDefaultData.cpp).
   friend class QNUnicodeDefaultData;
   qnunicode::detail::DefaultBidirectionalCodes& defaultBidirectionalCodes();

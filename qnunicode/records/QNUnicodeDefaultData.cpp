@@ -138,6 +138,19 @@ std::u16string_view QNUnicodeDefaultData::defaultBidirectionalCategory(uint32_t 
   return categoryFor(codepoint, database.get(), nullptr);
 }
 
+void QNUnicodeDefaultData::defaultBidirectionalCategoriesOfPage(
+    uint32_t page, std::span<std::u16string_view, 256> categories) {
+  const uint32_t first = page * Page::kSize;
+  const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+  if (!database) {
+    for (uint32_t i = 0; i < Page::kSize; ++i)
+      categories[i] = categoryFor(first + i, nullptr, nullptr);
+    return;
+  }
+  const auto& codes = database->defaultBidirectionalCodes().codesForPage(*database, page);
+  for (uint32_t i = 0; i < Page::kSize; ++i) categories[i] = kCategoryCodes[codes[i]];
+}
+
 UnicodeString QNUnicodeDefaultData::bidirectionalCategory() const {
   if (!(_pagePosition & kInPage)) return UnicodeString(defaultBidirectionalCategory(_codepoint));
   const uint32_t offset = _pagePosition & (kInPage - 1);
