@@ -301,6 +301,38 @@ void registerFirstLookupFigure() {
       });
 }
 
+// ---- Read-only queries on 1 and 2 threads -------------------------------------------------------
+
+// Each thread looks up the records (general and bidirectional category) of the Basic
+// Multilingual Plane and normalizes its own copy of a quarter of corpus A to NFC and NFKD with
+// counts. Items are codepoints looked up plus units normalized; with 2 threads the rate is that
+// of both together, so scaling is the 2-thread rate over the 1-thread rate.
+void threadedQueries(benchmark::State& state) {
+  const auto database = warmDatabase();
+  const UnicodeString& corpus = corpusA();
+  const UnicodeString text(corpus.substr(0, corpus.size() / 4));  // this thread's own string
+  uint32_t r = 0, o = 0, x = 0;
+  for (auto _ : state) {
+    for (uint32_t c = 0; c <= 0xFFFF; ++c) {
+      const auto record = database->unicodeDataForCodepoint(c);
+      benchmark::DoNotOptimize(record->generalCategory());
+      benchmark::DoNotOptimize(record->bidirectionalCategory());
+    }
+    benchmark::DoNotOptimize(database->normalizationFormCForString(text, &r, &o, &x));
+    benchmark::DoNotOptimize(database->normalizationFormKDForString(text, &r, &o));
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * (0x10000 + 2 * text.size())));
+}
+
+void registerThreadFigures() {
+  warmDatabase();  // made before the threads start
+  benchmark::RegisterBenchmark("read-only queries (threads)", threadedQueries)
+      ->Threads(1)
+      ->Threads(2)
+      ->UseRealTime()
+      ->Unit(benchmark::kMillisecond);
+}
+
 }  // namespace
 
 void registerCoreBenchmarks() {
@@ -310,6 +342,7 @@ void registerCoreBenchmarks() {
   registerNormalizationFigures();
   registerCaseFoldingFigures();
   registerFirstLookupFigure();
+  registerThreadFigures();
 }
 
 }  // namespace qnunicode::bench

@@ -159,8 +159,14 @@ class QNUnicodeDatabase {
   QNUnicodeDatabase& operator=(const QNUnicodeDatabase&) = delete;
 
   // The process-wide database that records, case folding and the RTL test consult. The host
-  // sets it; with none set those operations give their "no database" answers.
+  // sets it; with none set those operations give their "no database" answers. Asking takes no
+  // lock: each thread keeps a reference to the database it saw last, checked against a count of
+  // the host's changes, and lets go of it when it next asks after a change (or ends); the thread
+  // that sets a new one lets go of the old one at once.
   static std::shared_ptr<QNUnicodeDatabase> sharedDatabase();
+  // The same without a new reference (the calling thread's own keeps it alive until the host has
+  // changed it twice and this thread asked again): for the library's per-codepoint queries.
+  static QNUnicodeDatabase* borrowedSharedDatabase();
   static void setSharedDatabase(std::shared_ptr<QNUnicodeDatabase> database);
 
   void setDelegate(std::shared_ptr<QNUnicodeDatabaseDelegate> delegate);

@@ -134,14 +134,14 @@ uint8_t codeOf(std::u16string_view category) {
 
 std::u16string_view QNUnicodeDefaultData::defaultBidirectionalCategory(uint32_t codepoint) {
   if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
-  const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
-  return categoryFor(codepoint, database.get(), nullptr);
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
+  return categoryFor(codepoint, database, nullptr);
 }
 
 void QNUnicodeDefaultData::defaultBidirectionalCategoriesOfPage(
     uint32_t page, std::span<std::u16string_view, 256> categories) {
   const uint32_t first = page * Page::kSize;
-  const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) {
     for (uint32_t i = 0; i < Page::kSize; ++i)
       categories[i] = categoryFor(first + i, nullptr, nullptr);
@@ -163,7 +163,7 @@ std::u16string_view QNUnicodeDefaultData::Page::bidirectionalCategory(uint32_t o
   if (!_categoriesKnown.load(std::memory_order_acquire)) {
     const uint32_t codepoint = _records[offset]._codepoint;
     if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
-    const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+    QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
     // Without a database there is nothing worth keeping: the answer comes from the ranges.
     if (!database) return categoryFor(codepoint, nullptr, nullptr);
     // Two threads may fill the page at once; they store the same codes.
