@@ -203,7 +203,16 @@ class QNUnicodeDatabase {
   // cannot be read. The records of codepoints up to 0x10FFFF (of the file, of its ranges and the
   // default records of unlisted codepoints) belong to the database, live as long as it and are
   // handed out without reference counting; above 0x10FFFF each call makes a record for its caller.
-  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint);
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint) {
+    // A filled slot is a load (slots inside lazily filled ranges are written while others read).
+    if (_isDatabaseRead && codepoint <= 0x10FFFF) [[likely]] {
+      const std::atomic_ref<const QNUnicodeData*> slot(_databaseIndex[codepoint]);
+      if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) {
+        return std::shared_ptr<const QNUnicodeData>(std::shared_ptr<void>(), record);
+      }
+    }
+    return unicodeDataForCodepointSlowly(codepoint);
+  }
   std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointNumber(uint64_t number) {
     return unicodeDataForCodepoint(static_cast<uint32_t>(number));
   }
@@ -615,6 +624,8 @@ class QNUnicodeDatabase {
   std::shared_ptr<RecordStorage> _recordStorage;
   // Records made on demand for codepoints the file does not list.
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  // unicodeDataForCodepoint when the slot is empty, above 0x10FFFF or before the first read.
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointSlowly(uint32_t codepoint);
   // The table of the direct lookups (database/QNUnicodeCategoryTables.cpp), published through
   // _categoryTablesReady once made; none when the file gives too many distinct values for it.
   enum class CategoryField { General, Bidirectional };

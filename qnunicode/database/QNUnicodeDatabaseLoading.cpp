@@ -571,7 +571,7 @@ void QNUnicodeDatabase::settleUnicodeDataVersions(const std::string& path,
 
 // ---- Lookup -------------------------------------------------------------------------------------
 
-std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepoint(
+std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepointSlowly(
     uint32_t codepoint) {
   if (!_isDatabaseRead && !readDatabase()) return nullptr;
   if (codepoint <= kLastCodepoint) {

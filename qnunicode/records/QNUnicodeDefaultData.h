@@ -101,7 +101,8 @@ class QNUnicodeDefaultData::Page {
   Page(uint32_t firstCodepoint, std::integer_sequence<uint16_t, Offsets...>)
       : _records{{QNUnicodeDefaultData(firstCodepoint + Offsets, kInPage | Offsets)...}} {}
 
-  std::u16string_view bidirectionalCategory(uint32_t offset) const;
+  // The category code (see the source) of the record at `offset`.
+  uint8_t bidirectionalCode(uint32_t offset) const;
 
   // The records come first: a record finds its page from its own place in this array.
   std::array<QNUnicodeDefaultData, kSize> _records;
