@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <optional>
+#include <utility>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
 #include "qnunicode/database/QNUnicodeRecordStorage.h"
@@ -68,6 +69,17 @@ class EntryMaker {
     if (!g || !b || !k) return std::nullopt;
     return CategoryTables::entry(*g, *b, *k);
   }
+  // The entry of an unlisted codepoint ("Cn", class 0) with the given default bidirectional
+  // category, numbered once per category.
+  std::optional<uint32_t> defaultEntryOf(std::u16string_view bidirectionalCategory) {
+    for (const auto& [category, entry] : _defaultEntries) {
+      if (category == bidirectionalCategory) return entry;
+    }
+    const std::optional<uint32_t> entry =
+        entryOf(UnicodeString(u"Cn"), UnicodeString(bidirectionalCategory), 0);
+    if (entry) _defaultEntries.emplace_back(bidirectionalCategory, *entry);
+    return entry;
+  }
   std::shared_ptr<CategoryTables> tables(const std::vector<uint32_t>& entries) {
     return std::make_shared<CategoryTables>(_generalCategories.take(),
                                             _bidirectionalCategories.take(),
@@ -78,6 +90,7 @@ class EntryMaker {
   Numbering<UnicodeString> _generalCategories{0x100};
   Numbering<UnicodeString> _bidirectionalCategories{0x100};
   Numbering<uint32_t> _combiningClasses{0x10000};
+  std::vector<std::pair<std::u16string_view, uint32_t>> _defaultEntries;
   const QNUnicodeData* _lastRecord = nullptr;
   std::optional<uint32_t> _lastEntry;
 };
@@ -96,7 +109,8 @@ std::shared_ptr<CategoryTables> QNUnicodeDatabase::makeCategoryTables() {
   qnunicode::detail::EntryMaker maker;
   std::vector<uint32_t> entries(kLastCodepoint + 1);
   std::array<std::u16string_view, qnunicode::detail::kPageSize> defaultBidi;
-  const UnicodeString unassigned(u"Cn");
+  // The lazily filled range met last: its members all answer as its First record.
+  const qnunicode::detail::OnDemandRecords::LazyRange* lazy = nullptr;
   for (uint32_t page = 0; page <= (kLastCodepoint >> 8); ++page) {
     const bool meetsRange = _onDemandRecords->pageMeetsRange(page);
     bool defaultBidiKnown = false;
@@ -105,7 +119,9 @@ std::shared_ptr<CategoryTables> QNUnicodeDatabase::makeCategoryTables() {
       const QNUnicodeData* record =
           std::atomic_ref(_databaseIndex[c]).load(std::memory_order_acquire);
       if (!record && meetsRange) {
-        const auto* lazy = _onDemandRecords->lazyRangeHolding(c);
+        if (!lazy || c < lazy->interiorFirst || c >= lazy->interiorEnd) {
+          lazy = _onDemandRecords->lazyRangeHolding(c);
+        }
         record = lazy ? lazy->first : _onDemandRecords->recordForUnlistedCodepoint(c);
       }
       std::optional<uint32_t> entry;
@@ -116,7 +132,7 @@ std::shared_ptr<CategoryTables> QNUnicodeDatabase::makeCategoryTables() {
           QNUnicodeDefaultData::defaultBidirectionalCategoriesOfPage(page, defaultBidi);
           defaultBidiKnown = true;
         }
-        entry = maker.entryOf(unassigned, UnicodeString(defaultBidi[i]), 0);
+        entry = maker.defaultEntryOf(defaultBidi[i]);
       }
       if (!entry) return nullptr;
       entries[c] = *entry;
