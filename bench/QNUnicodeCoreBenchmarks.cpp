@@ -5,10 +5,14 @@
 #include <unicode/uscript.h>
 #include <unicode/ustring.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "QNUnicodeBenchmarkSupport.h"
@@ -57,6 +61,47 @@ void registerRecordFigures() {
       "record + bidirectionalCategory",
       [](benchmark::State& s) {
         recordField(s, [](const QNUnicodeData& r) { return r.bidirectionalCategory(); });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_charDirection(c); });
+      });
+}
+
+// ---- Direct lookups of one field, every codepoint in order -------------------------------------
+
+template <typename Field>
+void directField(benchmark::State& state, Field field) {
+  auto database = warmDatabase();
+  field(*database, 0);  // the table is made once per database
+  for (auto _ : state) {
+    for (uint32_t c = 0; c <= kLastCodepoint; ++c) benchmark::DoNotOptimize(field(*database, c));
+  }
+}
+
+void registerDirectFigures() {
+  registerPair(
+      "generalCategoryForCodepoint",
+      [](benchmark::State& s) {
+        directField(
+            s, [](QNUnicodeDatabase& d, uint32_t c) { return d.generalCategoryForCodepoint(c); });
+      },
+      [](benchmark::State& s) { everyCodepoint(s, [](uint32_t c) { return u_charType(c); }); });
+  registerPair(
+      "canonicalCombiningClassForCodepoint",
+      [](benchmark::State& s) {
+        directField(s, [](QNUnicodeDatabase& d, uint32_t c) {
+          return d.canonicalCombiningClassForCodepoint(c);
+        });
+      },
+      [](benchmark::State& s) {
+        everyCodepoint(s, [](uint32_t c) { return u_getCombiningClass(c); });
+      });
+  registerPair(
+      "bidirectionalCategoryForCodepoint",
+      [](benchmark::State& s) {
+        directField(s, [](QNUnicodeDatabase& d, uint32_t c) {
+          return d.bidirectionalCategoryForCodepoint(c);
+        });
       },
       [](benchmark::State& s) {
         everyCodepoint(s, [](uint32_t c) { return u_charDirection(c); });
@@ -260,14 +305,75 @@ void registerFirstLookupFigure() {
       });
 }
 
+// ---- Read-only queries on 1 and 2 threads -------------------------------------------------------
+
+// One unit of work of a thread: the records (general and bidirectional category) of the Basic
+// Multilingual Plane, and its own copy of a quarter of corpus A normalized to NFC and NFKD with
+// counts.
+void queryWork(QNUnicodeDatabase& database, const UnicodeString& text) {
+  uint32_t r = 0, o = 0, x = 0;
+  for (uint32_t c = 0; c <= 0xFFFF; ++c) {
+    const auto record = database.unicodeDataForCodepoint(c);
+    benchmark::DoNotOptimize(record->generalCategory());
+    benchmark::DoNotOptimize(record->bidirectionalCategory());
+  }
+  benchmark::DoNotOptimize(database.normalizationFormCForString(text, &r, &o, &x));
+  benchmark::DoNotOptimize(database.normalizationFormKDForString(text, &r, &o));
+}
+
+// Each iteration times the work once on this thread alone, then once on each of two threads at
+// the same time (started together, timed from the start signal to the last one done). The
+// counters give the fastest of each over the run and the scaling, the 2-thread throughput over
+// the 1-thread one (2 x alone / together; 2.0 is perfect).
+void threadedQueries(benchmark::State& state) {
+  using Clock = std::chrono::steady_clock;
+  const auto database = warmDatabase();
+  const UnicodeString& corpus = corpusA();
+  const UnicodeString texts[2] = {corpus.substr(0, corpus.size() / 4),
+                                  corpus.substr(corpus.size() / 4, corpus.size() / 4)};
+  double alone = 1e9, together = 1e9;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    queryWork(*database, texts[0]);
+    alone = std::min(alone, std::chrono::duration<double>(Clock::now() - start).count());
+    std::atomic<int> ready{0};
+    std::atomic<bool> go{false};
+    Clock::time_point begin;
+    auto worker = [&](int t) {
+      ready.fetch_add(1);
+      while (!go.load(std::memory_order_acquire)) {
+      }
+      queryWork(*database, texts[t]);
+    };
+    std::thread first(worker, 0), second(worker, 1);
+    while (ready.load() < 2) {
+    }
+    begin = Clock::now();
+    go.store(true, std::memory_order_release);
+    first.join();
+    second.join();
+    together = std::min(together, std::chrono::duration<double>(Clock::now() - begin).count());
+  }
+  state.counters["alone_ms"] = alone * 1e3;
+  state.counters["two_threads_ms"] = together * 1e3;
+  state.counters["scaling"] = 2 * alone / together;
+}
+
+void registerThreadFigures() {
+  benchmark::RegisterBenchmark("read-only queries, 1 and 2 threads", threadedQueries)
+      ->Unit(benchmark::kMillisecond);
+}
+
 }  // namespace
 
 void registerCoreBenchmarks() {
   registerRecordFigures();
+  registerDirectFigures();
   registerRangeFigures();
   registerNormalizationFigures();
   registerCaseFoldingFigures();
   registerFirstLookupFigure();
+  registerThreadFigures();
 }
 
 }  // namespace qnunicode::bench

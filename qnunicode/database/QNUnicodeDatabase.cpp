@@ -48,29 +48,78 @@ QNUnicodeDatabase::~QNUnicodeDatabase() {
 
 namespace {
 
-std::mutex& sharedDatabaseMutex() {
-  static std::mutex mutex;
-  return mutex;
+// The host sets the shared database (usually once); every query may read it. Setting takes a
+// mutex and counts a new generation; each thread keeps its own reference to the database of the
+// generation it saw last, so that reading is a load and a compare, takes no lock and writes no
+// memory that another thread reads.
+struct SharedDatabaseSlot {
+  std::mutex mutex;
+  std::shared_ptr<QNUnicodeDatabase> database;
+  std::atomic<uint64_t> generation{1};
+};
+
+SharedDatabaseSlot& sharedDatabaseSlot() {
+  static SharedDatabaseSlot slot;
+  return slot;
 }
 
-std::shared_ptr<QNUnicodeDatabase>& sharedDatabaseSlot() {
-  static std::shared_ptr<QNUnicodeDatabase> database;
-  return database;
+struct ThreadSharedDatabase {
+  uint64_t generation = 0;  // none seen yet
+  std::shared_ptr<QNUnicodeDatabase> database;
+  // The database seen before, kept until the next change, so that a query that began with it
+  // keeps it alive when a call inside the query sees the host's new one.
+  std::shared_ptr<QNUnicodeDatabase> previous;
+};
+
+thread_local ThreadSharedDatabase threadSharedDatabase;
+
+const std::shared_ptr<QNUnicodeDatabase>& refreshThreadSharedDatabase(uint64_t generation) {
+  ThreadSharedDatabase& mine = threadSharedDatabase;
+  SharedDatabaseSlot& slot = sharedDatabaseSlot();
+  std::shared_ptr<QNUnicodeDatabase> current;
+  {
+    std::lock_guard<std::mutex> lock(slot.mutex);
+    current = slot.database;
+    generation = slot.generation.load(std::memory_order_relaxed);
+  }
+  // The database kept before the previous one, if this was its last owner, goes here.
+  mine.previous = std::exchange(mine.database, std::move(current));
+  mine.generation = generation;
+  return mine.database;
+}
+
+const std::shared_ptr<QNUnicodeDatabase>& threadSharedDatabaseReference() {
+  const uint64_t generation = sharedDatabaseSlot().generation.load(std::memory_order_acquire);
+  const ThreadSharedDatabase& mine = threadSharedDatabase;
+  if (mine.generation == generation) [[likely]] {
+    return mine.database;
+  }
+  return refreshThreadSharedDatabase(generation);
 }
 
 }  // namespace
 
 std::shared_ptr<QNUnicodeDatabase> QNUnicodeDatabase::sharedDatabase() {
-  std::lock_guard<std::mutex> lock(sharedDatabaseMutex());
-  return sharedDatabaseSlot();
+  return threadSharedDatabaseReference();
+}
+
+QNUnicodeDatabase* QNUnicodeDatabase::borrowedSharedDatabase() {
+  return threadSharedDatabaseReference().get();
 }
 
 void QNUnicodeDatabase::setSharedDatabase(std::shared_ptr<QNUnicodeDatabase> database) {
+  SharedDatabaseSlot& slot = sharedDatabaseSlot();
   std::shared_ptr<QNUnicodeDatabase> previous;
   {
-    std::lock_guard<std::mutex> lock(sharedDatabaseMutex());
-    previous = std::exchange(sharedDatabaseSlot(), std::move(database));
+    std::lock_guard<std::mutex> lock(slot.mutex);
+    previous = std::exchange(slot.database, std::move(database));
+    slot.generation.fetch_add(1, std::memory_order_release);
   }
+  // The setting thread lets go of the old database at once; other threads do when they next ask.
+  ThreadSharedDatabase& mine = threadSharedDatabase;
+  mine.previous.reset();
+  mine.database.reset();
+  mine.generation = 0;
   // The previous database, if this was its last owner, is torn down outside the lock.
 }
 

@@ -41,6 +41,7 @@ class QNUnicodeUnihanEntry;
 class QNUnicodeStringprepProcessor;
 namespace qnunicode::detail {
 class OnDemandRecords;
+class CategoryTables;
 class DefaultBidirectionalCodes;
 class NormalizationTables;
 class IntervalIndex;
@@ -159,8 +160,14 @@ class QNUnicodeDatabase {
   QNUnicodeDatabase& operator=(const QNUnicodeDatabase&) = delete;
 
   // The process-wide database that records, case folding and the RTL test consult. The host
-  // sets it; with none set those operations give their "no database" answers.
+  // sets it; with none set those operations give their "no database" answers. Asking takes no
+  // lock: each thread keeps a reference to the database it saw last, checked against a count of
+  // the host's changes, and lets go of it when it next asks after a change (or ends); the thread
+  // that sets a new one lets go of the old one at once.
   static std::shared_ptr<QNUnicodeDatabase> sharedDatabase();
+  // The same without a new reference (the calling thread's own keeps it alive until the host has
+  // changed it twice and this thread asked again): for the library's per-codepoint queries.
+  static QNUnicodeDatabase* borrowedSharedDatabase();
   static void setSharedDatabase(std::shared_ptr<QNUnicodeDatabase> database);
 
   void setDelegate(std::shared_ptr<QNUnicodeDatabaseDelegate> delegate);
@@ -194,12 +201,32 @@ class QNUnicodeDatabase {
   // ---- UnicodeData loading and record lookup -------------------------------------------------
   bool readDatabase();
   // Every codepoint answers a record (values above 0x10FFFF too); none only when UnicodeData
-  // cannot be read. Records of the file and of its ranges live as long as the database; records
-  // made on demand for unlisted codepoints belong to their holders.
-  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint);
+  // cannot be read. The records of codepoints up to 0x10FFFF (of the file, of its ranges and the
+  // default records of unlisted codepoints) belong to the database, live as long as it and are
+  // handed out without reference counting; above 0x10FFFF each call makes a record for its caller.
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepoint(uint32_t codepoint) {
+    // A filled slot is a load (slots inside lazily filled ranges are written while others read).
+    if (_isDatabaseRead && codepoint <= 0x10FFFF) [[likely]] {
+      const std::atomic_ref<const QNUnicodeData*> slot(_databaseIndex[codepoint]);
+      if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) {
+        return std::shared_ptr<const QNUnicodeData>(std::shared_ptr<void>(), record);
+      }
+    }
+    return unicodeDataForCodepointSlowly(codepoint);
+  }
   std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointNumber(uint64_t number) {
     return unicodeDataForCodepoint(static_cast<uint32_t>(number));
   }
+  // Direct lookups of one field, without a record: the general category, the bidirectional
+  // category and the combining class of a codepoint, the same as unicodeDataForCodepoint's record
+  // answers (the default bidirectional category of unlisted codepoints as it was when the table
+  // was made, from the shared database's blocks then). The first call reads UnicodeData if needed
+  // and makes one compact two-stage table of the loaded data for the database's life; later
+  // calls are a few loads and take no lock. The views live as long as the database; empty (and
+  // 0) when UnicodeData cannot be read.
+  std::u16string_view generalCategoryForCodepoint(uint32_t codepoint);
+  std::u16string_view bidirectionalCategoryForCodepoint(uint32_t codepoint);
+  uint32_t canonicalCombiningClassForCodepoint(uint32_t codepoint);
   // Every record of the file in file order, each range's members between its First and Last.
   const std::vector<const QNUnicodeData*>& allUnicodeData();
   // Every record of allUnicodeData in its order, as (codepoint, record), without making the
@@ -632,6 +659,20 @@ class QNUnicodeDatabase {
   std::shared_ptr<RecordStorage> _recordStorage;
   // Records made on demand for codepoints the file does not list.
   std::shared_ptr<qnunicode::detail::OnDemandRecords> _onDemandRecords;
+  // unicodeDataForCodepoint when the slot is empty, above 0x10FFFF or before the first read.
+  std::shared_ptr<const QNUnicodeData> unicodeDataForCodepointSlowly(uint32_t codepoint);
+  // The table of the direct lookups (database/QNUnicodeCategoryTables.cpp), published through
+  // _categoryTablesReady once made; none when the file gives too many distinct values for it.
+  enum class CategoryField { General, Bidirectional };
+  std::shared_ptr<qnunicode::detail::CategoryTables> makeCategoryTables();
+  qnunicode::detail::CategoryTables* categoryTables();
+  // The answer when the table has none: while it is made, above 0x10FFFF, or without a table.
+  std::u16string_view categoryAnswer(uint32_t codepoint, CategoryField field);
+  std::mutex _categoryTablesMutex;
+  bool _categoryTablesTried = false;
+  std::shared_ptr<qnunicode::detail::CategoryTables> _categoryTables;
+  std::atomic<qnunicode::detail::CategoryTables*> _categoryTablesReady{nullptr};
+  std::set<UnicodeString, std::less<>> _keptCategoryAnswers;
   // The default bidirectional categories of unlisted codepoints (records/QNUnicodeDefaultData.cpp).
   friend class QNUnicodeDefaultData;
   qnunicode::detail::DefaultBidirectionalCodes& defaultBidirectionalCodes();

@@ -52,34 +52,16 @@ class OnDemandRecords::Page {
   const bool meetsRange;
 };
 
-namespace {
-
-std::atomic<uint64_t> nextSerial{1};
-
-// The page a thread used last, with the serial of the cache it came from.
-struct ThreadPage {
-  uint64_t serial = 0;
-  uint32_t number = 0;
-  std::shared_ptr<OnDemandRecords::Page> page;
-};
-
-thread_local ThreadPage threadPage;
-
-}  // namespace
-
 OnDemandRecords::OnDemandRecords(const QNUnicodeData** index, std::vector<Range> ranges,
                                  std::vector<LazyRange> lazyRanges,
                                  RecordChunks<QNUnicodePointerData, 4096>& members)
-    : _serial(nextSerial.fetch_add(1, std::memory_order_relaxed)),
-      _index(index),
+    : _index(index),
       _ranges(std::move(ranges)),
       _lazyRanges(std::move(lazyRanges)),
       _members(members),
       _recordListComplete(_lazyRanges.empty()),
-      _pages(std::make_unique<std::weak_ptr<Page>[]>(kPageCount)) {}
+      _pages(std::make_unique<std::atomic<const Page*>[]>(kPageCount)) {}
 
-// Threads' last pages may outlive the cache: they hold plain default records, which refer to
-// nothing, and go when those threads use another page or end.
 OnDemandRecords::~OnDemandRecords() = default;
 
 bool OnDemandRecords::rangeInteriorMeets(uint64_t first, uint64_t last) const {
@@ -91,33 +73,20 @@ bool OnDemandRecords::rangeInteriorMeets(uint64_t first, uint64_t last) const {
   return false;
 }
 
-const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::pageForCodepoint(
-    uint32_t codepoint) {
-  const uint32_t number = codepoint >> kPageBits;
-  const ThreadPage& last = threadPage;
-  if (last.serial == _serial && last.number == number && last.page) return last.page;
-  return enterPage(number);
+bool OnDemandRecords::pageMeetsRange(uint32_t page) const {
+  const uint32_t first = page << kPageBits;
+  return rangeInteriorMeets(first, first + kPageSize - 1);
 }
 
-const std::shared_ptr<OnDemandRecords::Page>& OnDemandRecords::enterPage(uint32_t number) {
-  ThreadPage& last = threadPage;
-  std::shared_ptr<Page> page;
-  {
-    std::lock_guard lock(_mutex);
-    page = _pages[number].lock();
-    if (!page) {
-      const uint32_t first = number << kPageBits;
-      // The page and its control block are separate, so that an expired page gives its records'
-      // memory back while only the small control block waits for the weak reference.
-      page.reset(new Page(first, rangeInteriorMeets(first, first + kPageSize - 1)));
-      _pages[number] = page;
-    }
-  }
-  // The thread's previous page, if this was its last holder, goes here, outside the lock.
-  last.page = std::move(page);
-  last.serial = _serial;
-  last.number = number;
-  return last.page;
+const OnDemandRecords::Page& OnDemandRecords::pageForCodepoint(uint32_t codepoint) {
+  const uint32_t number = codepoint >> kPageBits;
+  if (const Page* page = _pages[number].load(std::memory_order_acquire)) return *page;
+  std::lock_guard lock(_mutex);
+  if (const Page* page = _pages[number].load(std::memory_order_relaxed)) return *page;
+  const Page& made = *_madePages.emplace_back(
+      std::make_unique<const Page>(number << kPageBits, pageMeetsRange(number)));
+  _pages[number].store(&made, std::memory_order_release);
+  return made;
 }
 
 const OnDemandRecords::LazyRange* OnDemandRecords::lazyRangeHolding(uint32_t codepoint) const {
@@ -166,54 +135,47 @@ void OnDemandRecords::completeRecordList(std::vector<const QNUnicodeData*>& list
   _recordListComplete.store(true, std::memory_order_release);
 }
 
-std::shared_ptr<const QNUnicodeData> OnDemandRecords::rangeMemberForCodepoint(uint32_t codepoint) {
+std::optional<const QNUnicodeData*> OnDemandRecords::rangeReferenceFor(uint32_t codepoint) const {
   for (const Range& range : _ranges) {
     const uint64_t start = range.location;
     if (!(start < codepoint && codepoint < start + range.length)) continue;
     // A range that starts at codepoint 0 is never used: such codepoints get default records.
-    if (start == 0) return nullptr;
-    const QNUnicodeData* reference = start <= kLastCodepoint ? _index[start] : nullptr;
-    if (codepoint > kLastCodepoint) {
-      // No slot above 0x10FFFF: nothing is cached.
-      return std::make_shared<const QNUnicodePointerData>(codepoint,
-                                                          reference ? unowned(reference) : nullptr);
-    }
-    std::lock_guard lock(_mutex);
-    std::weak_ptr<const QNUnicodeData>& slot = _rangeMembers[codepoint];
-    if (std::shared_ptr<const QNUnicodeData> held = slot.lock()) return held;
-    std::shared_ptr<const QNUnicodeData> member = std::make_shared<const QNUnicodePointerData>(
-        codepoint, reference ? unowned(reference) : nullptr);
-    slot = member;
-    // Forget the members nobody holds any more once the map has doubled since the last sweep.
-    if (_rangeMembers.size() >= 2 * _rangeMembersAfterSweep + 64) {
-      std::erase_if(_rangeMembers, [](const auto& entry) { return entry.second.expired(); });
-      _rangeMembersAfterSweep = _rangeMembers.size();
-    }
-    return member;
+    if (start == 0) return std::nullopt;
+    return start <= kLastCodepoint ? _index[start] : nullptr;
   }
-  return nullptr;
+  return std::nullopt;
 }
 
-std::shared_ptr<const QNUnicodeData> OnDemandRecords::recordForUnlistedCodepoint(
-    uint32_t codepoint) {
-  if (codepoint > kLastCodepoint) {
-    if (std::shared_ptr<const QNUnicodeData> member = rangeMemberForCodepoint(codepoint)) {
-      return member;
-    }
-    return std::make_shared<const QNUnicodeDefaultData>(codepoint);
+const QNUnicodeData* OnDemandRecords::recordForUnlistedCodepoint(uint32_t codepoint) {
+  std::atomic_ref<const QNUnicodeData*> slot(_index[codepoint]);
+  if (const LazyRange* range = lazyRangeHolding(codepoint)) {
+    std::lock_guard lock(_mutex);
+    return lazyMember(*range, codepoint);
   }
-  const std::shared_ptr<Page>& page = pageForCodepoint(codepoint);
-  if (page->meetsRange) {
-    if (const LazyRange* range = lazyRangeHolding(codepoint)) {
-      std::lock_guard lock(_mutex);
-      return unowned(lazyMember(*range, codepoint));
-    }
-    if (std::shared_ptr<const QNUnicodeData> member = rangeMemberForCodepoint(codepoint)) {
-      return member;
+  const Page& page = pageForCodepoint(codepoint);
+  if (page.meetsRange) {
+    std::lock_guard lock(_mutex);
+    if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) return record;
+    if (const std::optional<const QNUnicodeData*> reference = rangeReferenceFor(codepoint)) {
+      const QNUnicodePointerData& member =
+          _members.emplace_back(codepoint, *reference ? unowned(*reference) : nullptr);
+      slot.store(&member, std::memory_order_release);
+      return &member;
     }
   }
-  // Shares the page's ownership: the page lives while any of its records is held.
-  return std::shared_ptr<const QNUnicodeData>(page, &page->record(codepoint & (kPageSize - 1)));
+  // Threads that get here at once store the same record.
+  const QNUnicodeDefaultData& record = page.record(codepoint & (kPageSize - 1));
+  slot.store(&record, std::memory_order_release);
+  return &record;
+}
+
+std::shared_ptr<const QNUnicodeData> OnDemandRecords::recordBeyondLastCodepoint(
+    uint32_t codepoint) const {
+  if (const std::optional<const QNUnicodeData*> reference = rangeReferenceFor(codepoint)) {
+    return std::make_shared<const QNUnicodePointerData>(codepoint,
+                                                        *reference ? unowned(*reference) : nullptr);
+  }
+  return std::make_shared<const QNUnicodeDefaultData>(codepoint);
 }
 
 }  // namespace qnunicode::detail
@@ -609,15 +571,16 @@ void QNUnicodeDatabase::settleUnicodeDataVersions(const std::string& path,
 
 // ---- Lookup -------------------------------------------------------------------------------------
 
-std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepoint(
+std::shared_ptr<const QNUnicodeData> QNUnicodeDatabase::unicodeDataForCodepointSlowly(
     uint32_t codepoint) {
   if (!_isDatabaseRead && !readDatabase()) return nullptr;
   if (codepoint <= kLastCodepoint) {
     // Slots inside lazily filled ranges are written while others may be reading.
     const std::atomic_ref<const QNUnicodeData*> slot(_databaseIndex[codepoint]);
     if (const QNUnicodeData* record = slot.load(std::memory_order_acquire)) return unowned(record);
+    return unowned(_onDemandRecords->recordForUnlistedCodepoint(codepoint));
   }
-  return _onDemandRecords->recordForUnlistedCodepoint(codepoint);
+  return _onDemandRecords->recordBeyondLastCodepoint(codepoint);
 }
 
 const std::vector<const QNUnicodeData*>& QNUnicodeDatabase::allUnicodeData() {

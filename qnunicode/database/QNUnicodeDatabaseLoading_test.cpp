@@ -212,19 +212,17 @@ TEST(UnicodeDataLoading, MissingFileIsRetriedOnEveryUse) {
   EXPECT_EQ(delegate->prefixes.size(), 6u) << "no notification once the file is there";
 }
 
-// A record made on demand is the same while held, on every thread, and goes when nobody holds it.
+// A record made on demand belongs to the database: the same on every thread and after its
+// holders let go.
 TEST(UnicodeDataOnDemand, RecordsAreSharedWhileHeld) {
   const auto database = realDatabase();
   Record held = database->unicodeDataForCodepoint(0x0378);
-  Record neighbour = database->unicodeDataForCodepoint(0x0379);
   EXPECT_EQ(database->unicodeDataForCodepoint(0x50000)->codepoint(), 0x50000u);  // another page
   EXPECT_EQ(database->unicodeDataForCodepoint(0x0378).get(), held.get());
-  const std::weak_ptr<const QNUnicodeData> watched = held;
+  const QNUnicodeData* const address = held.get();
   held.reset();
-  EXPECT_FALSE(watched.expired()) << "its neighbour holds the page of 256 records";
-  neighbour.reset();
-  database->unicodeDataForCodepoint(0x60000);  // the thread lets go of its last page
-  EXPECT_TRUE(watched.expired());
+  EXPECT_EQ(database->unicodeDataForCodepoint(0x0378).get(), address) << "kept by the database";
+  EXPECT_EQ(database->unicodeDataForCodepoint(0x0378).use_count(), 0) << "no reference counting";
   const Record beyond = database->unicodeDataForCodepoint(0xFFFFFFFF);  // no slot, no cache
   EXPECT_EQ(kindOf(beyond.get()) + std::to_string(beyond->codepoint()), "D4294967295");
   EXPECT_NE(database->unicodeDataForCodepoint(0xFFFFFFFF), beyond);
@@ -261,14 +259,13 @@ TEST(UnicodeDataOnDemand, RangeMembersForSlotsThatStayedEmpty) {
   Record member = alone->database->unicodeDataForCodepoint(0x7000);
   EXPECT_EQ(alone->database->unicodeDataForCodepoint(0x7000).get(), member.get());
   EXPECT_EQ(member->characterName(), u"<W>");
-  const std::weak_ptr<const QNUnicodeData> watched = member;
+  const QNUnicodeData* const address = member.get();
   member.reset();
-  EXPECT_TRUE(watched.expired());
+  EXPECT_EQ(alone->database->unicodeDataForCodepoint(0x7000).get(), address) << "kept";
   const Record unlisted = alone->database->unicodeDataForCodepoint(0x05FE);
-  alone.reset();
-  EXPECT_EQ(unlisted->bidirectionalCategory(), u"R") << "default records outlive their database";
   const QNUnicodeDefaultData copied(static_cast<const QNUnicodeDefaultData&>(*unlisted));
-  EXPECT_EQ(copied.bidirectionalCategory(), u"R") << "a copy stands on its own";
+  alone.reset();
+  EXPECT_EQ(copied.bidirectionalCategory(), u"R") << "a copy outlives the database";
 }
 
 std::string icuName(UProperty property, int32_t value,

@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
+#include "qnunicode/records/QNUnicodeData.h"
 #include "qnunicode/testing/QNTestSupport.h"
 
 namespace fs = std::filesystem;
@@ -86,6 +89,51 @@ TEST(QNUnicodeDatabaseTest, MissingFileNotice) {
   EXPECT_EQ(recording->prefixes, std::vector<UnicodeString>{u"Index"});
   const std::string head = "QNUnicodeDatabase could not find file '";
   EXPECT_EQ(log.lines(), (Paths{head + "Ünïcödé'", head + "LineBreak'"}));
+}
+
+}  // namespace
+
+namespace {
+
+// Two threads query records, their derived block, the direct lookups and a normalization through
+// the shared database while the host switches it between two databases; each answer must come
+// whole from one of them, and the thread that sets it lets go of the old one at once.
+TEST(SharedDatabaseThreads, ReadersWhileTheHostSwitches) {
+  const auto first = realDatabase();
+  auto second = std::make_shared<QNUnicodeDatabase>(
+      Paths{ucdDirectory()}, Paths{sourceDirectory() + "/resources/descriptions"});
+  for (const auto& database : {first, second}) {  // every table the readers use, read once
+    database->blockForCodepoint(0x41);
+    database->generalCategoryForCodepoint(0x41);
+    database->normalizationFormCForString(u"e\u0301");
+  }
+  std::atomic<bool> done{false};
+  std::atomic<int> wrong{0};
+  auto reader = [&] {
+    for (uint32_t i = 0; !done.load(std::memory_order_relaxed) || i < 2000; ++i) {
+      const std::shared_ptr<QNUnicodeDatabase> shared = QNUnicodeDatabase::sharedDatabase();
+      if (shared != first && shared != second) ++wrong;
+      const auto record = shared->unicodeDataForCodepoint(0xC0 + i % 0x40);
+      if (record->block() != u"Latin-1 Supplement" ||
+          shared->generalCategoryForCodepoint(0xE9) != u"Ll" ||
+          shared->normalizationFormCForString(u"e\u0301") != u"\u00E9") {
+        ++wrong;
+      }
+    }
+  };
+  std::thread one(reader), two(reader);
+  for (int switches = 0; switches < 200; ++switches) {
+    QNUnicodeDatabase::setSharedDatabase(switches % 2 ? first : second);
+    std::this_thread::yield();
+  }
+  done = true;
+  one.join();
+  two.join();
+  EXPECT_EQ(wrong.load(), 0);
+  QNUnicodeDatabase::setSharedDatabase(first);
+  const std::weak_ptr<QNUnicodeDatabase> watched = second;
+  second.reset();
+  EXPECT_TRUE(watched.expired()) << "the readers ended and the setting thread let go";
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <unordered_map>
+#include <optional>
 #include <vector>
 
 #include "qnunicode/database/QNUnicodeDatabase.h"
@@ -83,13 +83,11 @@ namespace qnunicode::detail {
 // a lookup answers exactly what a filled slot would. Other ranges (only in files out of order)
 // are filled at load.
 //
-// Records for unlisted codepoints belong to whoever holds them: the cache keeps no record alive by
-// itself, so it empties as the holders let go, and while a record is held, asking again for its
-// codepoint answers the same record.
-//
-// Default records are made 256 at a time, one page per 256 codepoints. Each page is remembered
-// by a weak reference under a mutex, and each thread keeps the page it used last, so a walk over
-// unlisted codepoints takes neither a lock nor an allocation per lookup.
+// Records for codepoints the file does not list belong to the database as well and are handed
+// out like the file's records, without reference counting: default records are made 256 at a
+// time, one page per 256 codepoints, kept for the database's life, and a record once made is
+// written into its slot, so that asking again is a single array access. Above 0x10FFFF there is
+// no slot: each lookup there makes a record of its own.
 class OnDemandRecords {
  public:
   struct Range {
@@ -114,10 +112,19 @@ class OnDemandRecords {
   OnDemandRecords(const OnDemandRecords&) = delete;
   OnDemandRecords& operator=(const OnDemandRecords&) = delete;
 
-  // The record of a codepoint whose slot is empty (or above 0x10FFFF): a member of a lazily
-  // filled range, a range member when a range other than one starting at 0 holds it first, a
-  // default record otherwise.
-  std::shared_ptr<const QNUnicodeData> recordForUnlistedCodepoint(uint32_t codepoint);
+  // The record of a codepoint up to 0x10FFFF whose slot is empty: a member of a lazily filled
+  // range, a range member when a range other than one starting at 0 holds it first, a default
+  // record otherwise. The record belongs to the database and is in the codepoint's slot from now
+  // on.
+  const QNUnicodeData* recordForUnlistedCodepoint(uint32_t codepoint);
+  // The record of a codepoint above 0x10FFFF, made for the caller (nothing is cached there).
+  std::shared_ptr<const QNUnicodeData> recordBeyondLastCodepoint(uint32_t codepoint) const;
+
+  // Whether some range other than a lazily filled one has codepoints on the page of 256 that
+  // starts at page * 256 (their records need the range walk).
+  bool pageMeetsRange(uint32_t page) const;
+  // The lazily filled range whose interior holds the codepoint, if any.
+  const LazyRange* lazyRangeHolding(uint32_t codepoint) const;
 
   // Inserts the members of the lazily filled ranges into `list` (the record list as read), once.
   void completeRecordList(std::vector<const QNUnicodeData*>& list);
@@ -130,33 +137,26 @@ class OnDemandRecords {
   class Page;
 
  private:
-  // Unique for the life of the process, so that a thread's last page is never taken for a page
-  // of a later database at the same address.
-  const uint64_t _serial;
   const QNUnicodeData** const _index;
   const std::vector<Range> _ranges;
   const std::vector<LazyRange> _lazyRanges;
   RecordChunks<QNUnicodePointerData, 4096>& _members;
   std::atomic<bool> _recordListComplete{false};
 
+  // Guards the making of pages and members (the slots are read without it).
   std::mutex _mutex;
-  // One weak reference per page of 256 codepoints.
-  std::unique_ptr<std::weak_ptr<Page>[]> _pages;
-  // Range members made after reading, for slots inside a range that stayed empty.
-  std::unordered_map<uint32_t, std::weak_ptr<const QNUnicodeData>> _rangeMembers;
-  size_t _rangeMembersAfterSweep = 0;
+  // One page per 256 codepoints once made, kept for the life of the records.
+  std::unique_ptr<std::atomic<const Page*>[]> _pages;
+  std::vector<std::unique_ptr<const Page>> _madePages;
 
-  // The lazily filled range whose interior holds the codepoint, if any.
-  const LazyRange* lazyRangeHolding(uint32_t codepoint) const;
   // The member of a lazily filled range in slot `codepoint`, made now when the slot is empty;
   // the caller holds _mutex.
   const QNUnicodeData* lazyMember(const LazyRange& range, uint32_t codepoint);
-  std::shared_ptr<const QNUnicodeData> rangeMemberForCodepoint(uint32_t codepoint);
-  // The page of the codepoint, held by the calling thread's last-page reference.
-  const std::shared_ptr<Page>& pageForCodepoint(uint32_t codepoint);
-  // The same when the thread's last page is another: finds or makes the page (kept apart, so
-  // that the usual case stays a few instructions).
-  const std::shared_ptr<Page>& enterPage(uint32_t number);
+  // The First record of the range whose walk decides the codepoint (nullopt: no range decides,
+  // the codepoint gets a default record); the record may be null when the First slot is empty.
+  std::optional<const QNUnicodeData*> rangeReferenceFor(uint32_t codepoint) const;
+  // The page of the codepoint, made now when it is not there yet.
+  const Page& pageForCodepoint(uint32_t codepoint);
   bool rangeInteriorMeets(uint64_t first, uint64_t last) const;
 };
 

@@ -36,7 +36,7 @@ bool isNonReservedLDHLabel(std::u16string_view string) {
 
 bool containsRTLCharacter(std::u16string_view string) {
   if (string.empty()) return false;
-  const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) return false;
   for (int32_t offset = 0; offset >= 0;) {
     const uint32_t codepoint = QNUnicode::codepointAtIndex(string, 0, offset, &offset);

@@ -10,6 +10,7 @@
 #include "qnunicode/normalization/QNUnicodeHangulConstants.h"
 #include "qnunicode/normalization/QNUnicodeNormalizationTables.h"
 #include "qnunicode/records/QNUnicodeData.h"
+#include "qnunicode/strings/QNTextPrimitives.h"
 
 namespace qnunicode::detail {
 
@@ -382,13 +383,19 @@ void NormalizationTables::rebuildTrie(const std::vector<uint32_t>& values) {
     uint32_t codepoint = 0;
     while (codepoint < 0xD800 && (values[codepoint] & (kInertBit << form))) ++codepoint;
     _belowAllInert[form] = static_cast<char16_t>(codepoint);
+    uint64_t* bits = _bmpInertBits.data() + form * kInertWordsPerForm;
+    for (uint32_t unit = 0; unit < 0x10000; ++unit) {
+      const bool inert = (values[unit] & (kInertBit << form)) && !isSurrogate(unit);
+      bits[unit >> 6] =
+          (bits[unit >> 6] & ~(uint64_t{1} << (unit & 63))) | (uint64_t{inert} << (unit & 63));
+    }
   }
 }
 
 size_t NormalizationTables::memorySize() const {
   return sizeof(*this) + _trie.memorySize() + _infos.size() * sizeof(Info) +
          _elements.size() * sizeof(Element) + _pairSlots.size() * sizeof(uint64_t) +
-         _widePairs.size() * 32;
+         _bmpInertBits.size() * sizeof(uint64_t) + _widePairs.size() * 32;
 }
 
 bool NormalizationTables::wideComposite(uint32_t first, uint32_t second,

@@ -264,26 +264,29 @@ class NormalizationRun {
   // taken back: it is the starter that what follows may compose with. False at the end.
   QN_HOT_INLINE bool copyInertRun() {
     const char16_t belowAllInert = _tables._belowAllInert[_form];
+    const uint64_t* const inertBits =
+        _tables._bmpInertBits.data() + _form * Tables::kInertWordsPerForm;
     size_t end = _position;
     bool found = false;
     for (;;) {
       end = skipUnitsBelow(_units, end, _length, belowAllInert);
+      // Inert units from the threshold on, until a unit below it (back to the block skip).
+      while (end < _length && _units[end] >= belowAllInert &&
+             _tables.isInertUnit(inertBits, _units[end])) {
+        ++end;
+      }
       if (end >= _length) break;
       const char16_t unit = _units[end];
+      if (unit < belowAllInert) continue;
       if (isSurrogate(unit)) {
         _current = decode(end);
         _value = valueOf(_current.codepoint);
-        found = true;
-        break;
-      }
-      const uint32_t unitValue = _tables._trie.getBelowLimit(unit);
-      if (!(unitValue & _inertBit)) {
+      } else {
         _current = {unit, end + 1};
-        _value = unitValue;
-        found = true;
-        break;
+        _value = _tables._trie.getBelowLimit(unit);
       }
-      ++end;
+      found = true;
+      break;
     }
     _sink.appendUnits(_units + _position, end - _position);
     if (!found) return false;

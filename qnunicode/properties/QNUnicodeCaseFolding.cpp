@@ -303,7 +303,7 @@ UnicodeString QNUnicodeDatabase::caseFoldingForString(const UnicodeString& strin
                                                       const std::vector<UnicodeString>& withTypes) {
   if (string.empty()) return UnicodeString();
   // The shared database's table, not this object's: a fold means the host's database.
-  const std::shared_ptr<QNUnicodeDatabase> shared = sharedDatabase();
+  QNUnicodeDatabase* const shared = borrowedSharedDatabase();
   if (!shared) return string;
   if (!shared->_caseFolding) shared->readCaseFolding();
   return shared->_caseFolding->foldString(string, withTypes);

@@ -58,7 +58,7 @@ bool isGraphicCategoryLetter(char16_t letter) {
 }
 
 bool isNoncharacter(uint32_t codepoint) {
-  const auto database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   return database && database->codepointHasExtendedProperty(codepoint, u"Noncharacter_Code_Point");
 }
 
@@ -321,19 +321,19 @@ bool QNUnicodeData::isAssignedCodePoint() const {
 }
 
 std::optional<UnicodeString> QNUnicodeData::age() const {
-  const auto database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) return std::nullopt;
   return database->versionCodepointWasDesignated(codepoint());
 }
 
 std::optional<UnicodeString> QNUnicodeData::block() const {
-  const auto database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) return std::nullopt;
   return database->blockForCodepoint(codepoint());
 }
 
 uint32_t QNUnicodeData::lineBreak() const {
-  const auto database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) return 0;
   return database->lineBreakForCodepoint(codepoint());
 }
@@ -344,7 +344,7 @@ std::optional<UnicodeString> QNUnicodeData::script() const {
   std::atomic_ref<uint16_t> cached(_cachedScript);
   const uint16_t index = cached.load(std::memory_order_acquire);
   if (index != 0) return ScriptNameTable::shared().name(index);
-  const auto database = QNUnicodeDatabase::sharedDatabase();
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
   if (!database) return std::nullopt;  // not cached: the next call asks again
   UnicodeString script = database->scriptForCodepoint(codepoint());
   cached.store(ScriptNameTable::shared().indexOf(script), std::memory_order_release);

@@ -122,6 +122,8 @@ std::u16string_view categoryFor(uint32_t codepoint, QNUnicodeDatabase* database,
 
 // The codes a page keeps its categories by.
 constexpr std::array<std::u16string_view, 3> kCategoryCodes = {u"L", u"R", u"AL"};
+constexpr uint8_t kRightToLeftCode = 1;
+constexpr uint8_t kArabicLetterCode = 2;
 
 uint8_t codeOf(std::u16string_view category) {
   for (uint8_t code = 0; code < kCategoryCodes.size(); ++code) {
@@ -134,8 +136,21 @@ uint8_t codeOf(std::u16string_view category) {
 
 std::u16string_view QNUnicodeDefaultData::defaultBidirectionalCategory(uint32_t codepoint) {
   if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
-  const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
-  return categoryFor(codepoint, database.get(), nullptr);
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
+  return categoryFor(codepoint, database, nullptr);
+}
+
+void QNUnicodeDefaultData::defaultBidirectionalCategoriesOfPage(
+    uint32_t page, std::span<std::u16string_view, 256> categories) {
+  const uint32_t first = page * Page::kSize;
+  QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
+  if (!database) {
+    for (uint32_t i = 0; i < Page::kSize; ++i)
+      categories[i] = categoryFor(first + i, nullptr, nullptr);
+    return;
+  }
+  const auto& codes = database->defaultBidirectionalCodes().codesForPage(*database, page);
+  for (uint32_t i = 0; i < Page::kSize; ++i) categories[i] = kCategoryCodes[codes[i]];
 }
 
 UnicodeString QNUnicodeDefaultData::bidirectionalCategory() const {
@@ -143,23 +158,31 @@ UnicodeString QNUnicodeDefaultData::bidirectionalCategory() const {
   const uint32_t offset = _pagePosition & (kInPage - 1);
   // The records are the first member of their page, in order.
   const auto* page = reinterpret_cast<const Page*>(this - offset);
-  return UnicodeString(page->bidirectionalCategory(offset));
+  // Each code its own string of fixed length, so that making it is a few stores.
+  switch (page->bidirectionalCode(offset)) {
+    case kRightToLeftCode:
+      return UnicodeString(u"R", 1);
+    case kArabicLetterCode:
+      return UnicodeString(u"AL", 2);
+    default:
+      return UnicodeString(u"L", 1);
+  }
 }
 
-std::u16string_view QNUnicodeDefaultData::Page::bidirectionalCategory(uint32_t offset) const {
+uint8_t QNUnicodeDefaultData::Page::bidirectionalCode(uint32_t offset) const {
   if (!_categoriesKnown.load(std::memory_order_acquire)) {
     const uint32_t codepoint = _records[offset]._codepoint;
-    if (inRanges(kRightToLeftRanges, codepoint)) return u"R";
-    const std::shared_ptr<QNUnicodeDatabase> database = QNUnicodeDatabase::sharedDatabase();
+    if (inRanges(kRightToLeftRanges, codepoint)) return kRightToLeftCode;
+    QNUnicodeDatabase* const database = QNUnicodeDatabase::borrowedSharedDatabase();
     // Without a database there is nothing worth keeping: the answer comes from the ranges.
-    if (!database) return categoryFor(codepoint, nullptr, nullptr);
+    if (!database) return codeOf(categoryFor(codepoint, nullptr, nullptr));
     // Two threads may fill the page at once; they store the same codes.
     const auto& codes = database->defaultBidirectionalCodes().codesForPage(
         *database, _records[0]._codepoint / kSize);
     for (uint32_t i = 0; i < kSize; ++i) _categories[i].store(codes[i], std::memory_order_relaxed);
     _categoriesKnown.store(true, std::memory_order_release);
   }
-  return kCategoryCodes[_categories[offset].load(std::memory_order_relaxed)];
+  return _categories[offset].load(std::memory_order_relaxed);
 }
 
 namespace qnunicode::detail {

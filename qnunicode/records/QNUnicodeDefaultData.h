@@ -34,6 +34,11 @@ class QNUnicodeDefaultData final : public QNUnicodeData {
   // right-to-left ranges (noncharacters there are "L"), then by the name of the codepoint's block
   // in the shared database, "L" everywhere else.
   static std::u16string_view defaultBidirectionalCategory(uint32_t codepoint);
+  // The same for the 256 codepoints from page * 256 (page < 0x1100) at once, as the default
+  // records of that page answer them now (with the shared database's blocks, worked out once per
+  // page for that database's life).
+  static void defaultBidirectionalCategoriesOfPage(uint32_t page,
+                                                   std::span<std::u16string_view, 256> categories);
 
   uint32_t codepoint() const override { return _codepoint; }
   UnicodeString characterName() const override { return u"<reserved>"; }
@@ -96,7 +101,8 @@ class QNUnicodeDefaultData::Page {
   Page(uint32_t firstCodepoint, std::integer_sequence<uint16_t, Offsets...>)
       : _records{{QNUnicodeDefaultData(firstCodepoint + Offsets, kInPage | Offsets)...}} {}
 
-  std::u16string_view bidirectionalCategory(uint32_t offset) const;
+  // The category code (see the source) of the record at `offset`.
+  uint8_t bidirectionalCode(uint32_t offset) const;
 
   // The records come first: a record finds its page from its own place in this array.
   std::array<QNUnicodeDefaultData, kSize> _records;
