@@ -35,5 +35,7 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 # Only the tests that start threads of their own.
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQNUNICODE_TSAN=ON \
   -DQNUNICODE_WERROR=ON -DQNUNICODE_BUILD_BENCHMARKS=OFF -DQNUNICODE_BUILD_TOOLS=OFF
-cmake --build build-tsan -j"$jobs" --target qnunicode_unihan_test
+cmake --build build-tsan -j"$jobs" --target qnunicode_unihan_test qnunicode_database_test
 TSAN_OPTIONS=halt_on_error=1 build-tsan/qnunicode/qnunicode_unihan_test --gtest_filter='UnihanReading*'
+TSAN_OPTIONS=halt_on_error=1 build-tsan/qnunicode/qnunicode_database_test \
+  --gtest_filter='SharedDatabaseThreads*:UnicodeDataOnDemand*:CategoryTables.Synthetic*'
