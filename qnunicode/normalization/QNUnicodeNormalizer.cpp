@@ -225,7 +225,7 @@ class NormalizationRun {
         _work(work),
         _scratch(scratch) {}
 
-  void run() {
+  QN_HOT_INLINE void run() {
     for (;;) {
       if ((!_carried || (_value & _inertBit)) && !copyInertRun()) return;
       _carried = false;
