@@ -3,6 +3,7 @@
 #include <string_view>
 #include <vector>
 
+#include "qnunicode/strings/QNTextPrimitives.h"
 #include "qnunicode/strings/UnicodeString.h"
 
 // The ACE prefix of an encoded label. Everything that adds or tests the prefix uses this.
@@ -16,6 +17,26 @@ namespace qnunicode {
 // True for the four label separators.
 constexpr bool isLabelSeparator(char16_t unit) {
   return unit == u'\u002E' || unit == u'\u3002' || unit == u'\uFF0E' || unit == u'\uFF61';
+}
+// True when no unit of the text lies beyond ASCII.
+constexpr bool isASCIIOnly(std::u16string_view text) {
+  for (char16_t unit : text) {
+    if (unit >= 0x80) return false;
+  }
+  return true;
+}
+// True when the texts are equal but for the case of ASCII letters.
+constexpr bool equalIgnoringASCIICase(std::u16string_view a, std::u16string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (asciiLowercase(a[i]) != asciiLowercase(b[i])) return false;
+  }
+  return true;
+}
+// True when the label begins with the ACE prefix, ignoring ASCII case.
+constexpr bool hasACEPrefix(std::u16string_view label) {
+  return label.size() >= QNUnicodeACELabel.size() &&
+         equalIgnoringASCIICase(label.substr(0, QNUnicodeACELabel.size()), QNUnicodeACELabel);
 }
 }  // namespace qnunicode
 

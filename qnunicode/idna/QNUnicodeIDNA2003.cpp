@@ -12,6 +12,10 @@
 
 namespace {
 
+using qnunicode::equalIgnoringASCIICase;
+using qnunicode::hasACEPrefix;
+using qnunicode::isASCIIOnly;
+
 using qnunicode::detail::walkCodepoints;
 
 constexpr int32_t kMaximumLabelLength = 63;
@@ -20,34 +24,10 @@ void store(UnicodeString* error, std::u16string_view message) {
   if (error) error->assign(message);
 }
 
-bool holdsNonASCII(std::u16string_view label) {
-  for (char16_t unit : label) {
-    if (unit >= 0x80) return true;
-  }
-  return false;
-}
-
 // The ASCII characters other than letters, digits and "-" (the STD3 rules of step 3a).
 constexpr bool isNonLDHASCII(uint32_t c) {
   const uint32_t lower = qnunicode::asciiLowercase(c);
   return c < 0x80 && c != '-' && !(c >= '0' && c <= '9') && !(lower >= 'a' && lower <= 'z');
-}
-
-// True when the label begins with the ACE prefix, ignoring ASCII case.
-bool hasACEPrefix(std::u16string_view label) {
-  if (label.size() < QNUnicodeACELabel.size()) return false;
-  for (size_t i = 0; i < QNUnicodeACELabel.size(); ++i) {
-    if (qnunicode::asciiLowercase(label[i]) != QNUnicodeACELabel[i]) return false;
-  }
-  return true;
-}
-
-bool equalIgnoringASCIICase(std::u16string_view a, std::u16string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (qnunicode::asciiLowercase(a[i]) != qnunicode::asciiLowercase(b[i])) return false;
-  }
-  return true;
 }
 
 // Step 3a: the first non-LDH ASCII codepoint fails, with the code-unit offset after it as its
@@ -74,7 +54,7 @@ std::optional<UnicodeString> nameprepIfNotASCII(
     std::u16string_view label, const QNUnicodeStringprepProcessor* stringprepProcessor,
     bool* containsUnassignedCodepoints) {
   if (containsUnassignedCodepoints) *containsUnassignedCodepoints = false;
-  if (!holdsNonASCII(label)) return UnicodeString(label);
+  if (isASCIIOnly(label)) return UnicodeString(label);
   if (!stringprepProcessor) return std::nullopt;
   return stringprepProcessor->stringprepString(label, containsUnassignedCodepoints);
 }
@@ -99,7 +79,7 @@ std::optional<UnicodeString> QNUnicodeDatabase::IDNA2003SingleLabelToASCII(
     return std::nullopt;
   }
   // Steps 4 to 7.
-  if (holdsNonASCII(prepared)) {
+  if (!isASCIIOnly(prepared)) {
     if (hasACEPrefix(prepared)) {
       store(error, u"ToASCII failed at step 5");
       return std::nullopt;

@@ -15,6 +15,10 @@
 
 namespace {
 
+using qnunicode::equalIgnoringASCIICase;
+using qnunicode::hasACEPrefix;
+using qnunicode::isASCIIOnly;
+
 using qnunicode::detail::IDNA2008Derived;
 using qnunicode::detail::walkCodepoints;
 
@@ -39,26 +43,6 @@ std::nullopt_t fail(UnicodeString* error, std::u16string_view prefix, std::u16st
     *error = std::move(message);
   }
   return std::nullopt;
-}
-
-bool isASCIIOnly(std::u16string_view label) {
-  for (char16_t unit : label) {
-    if (unit >= 0x80) return false;
-  }
-  return true;
-}
-
-bool equalIgnoringASCIICase(std::u16string_view a, std::u16string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (qnunicode::asciiLowercase(a[i]) != qnunicode::asciiLowercase(b[i])) return false;
-  }
-  return true;
-}
-
-bool hasACEPrefix(std::u16string_view label) {
-  return label.size() >= QNUnicodeACELabel.size() &&
-         equalIgnoringASCIICase(label.substr(0, QNUnicodeACELabel.size()), QNUnicodeACELabel);
 }
 
 // The message with the texts in place of its %@ placeholders, in order.
