@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(
-  cmake g++ clang clang-format make pkg-config
+  cmake g++ clang libclang-rt-14-dev clang-format make pkg-config
   libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libidn-dev libidn2-dev libplist-dev libuninameslist-dev
   libcli11-dev nlohmann-json3-dev
