@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=true
 
 packages=(
-  cmake g++ clang clang-format make pkg-config
+  cmake g++ clang libclang-rt-14-dev clang-format make pkg-config
   libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libidn-dev libidn2-dev libplist-dev libuninameslist-dev
   libcli11-dev nlohmann-json3-dev

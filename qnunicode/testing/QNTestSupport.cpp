@@ -1,7 +1,10 @@
 #include "qnunicode/testing/QNTestSupport.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -112,6 +115,28 @@ bool RecordingDelegate::unicodeDatabase(QNUnicodeDatabase&, std::u16string_view 
 ScratchDatabase::ScratchDatabase(std::initializer_list<std::pair<const char*, const char*>> files) {
   for (const auto& [name, content] : files) directory.write(name, content);
   database.setDelegate(delegate);
+}
+
+double scalingRatio(const std::function<void(size_t size)>& run, size_t small, size_t large,
+                    int rounds) {
+  using Clock = std::chrono::steady_clock;
+  // Large blocks come from the heap and stay there between rounds, so that the best round
+  // reuses memory instead of timing the kernel's fresh pages (which only the large side needs).
+  ::mallopt(M_MMAP_THRESHOLD, 256 << 20);
+  ::mallopt(M_TRIM_THRESHOLD, 512 << 20);
+  const auto best = [&](size_t size) {
+    auto fastest = Clock::duration::max();
+    run(size);
+    for (int round = 0; round < rounds; ++round) {
+      const auto start = Clock::now();
+      run(size);
+      fastest = std::min(fastest, Clock::now() - start);
+    }
+    return std::chrono::duration<double>(fastest).count();
+  };
+  const double smallTime = best(small);
+  const double largeTime = best(large);
+  return largeTime / std::max(smallTime, 1e-6);
 }
 
 }  // namespace qnunicode::testing

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -78,5 +79,13 @@ struct ScratchDatabase {
   std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
   QNUnicodeDatabase database{{directory.path()}, {}};
 };
+
+// How much longer an operation takes on `large` input than on `small`: the best of `rounds`
+// timings of run(large) over the best of run(small) (a first round of each warms up). Inputs are
+// best made before, outside run. Linear work answers about large / small;
+// hostile-input tests compare this ratio with a bound instead of a wall-clock limit, so that a
+// loaded machine slows both sides alike.
+double scalingRatio(const std::function<void(size_t size)>& run, size_t small, size_t large,
+                    int rounds = 5);
 
 }  // namespace qnunicode::testing

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 bool QNInfoValue::operator==(const QNInfoValue& other) const {
   if (isList() && other.isList()) return *list() == *other.list();
@@ -17,11 +18,11 @@ namespace {
 std::optional<QNInfoValue> fromPlist(plist_t node) {
   switch (plist_get_node_type(node)) {
     case PLIST_STRING: {
-      char* text = nullptr;
-      plist_get_string_val(node, &text);
-      QNInfoValue value(qnunicode::fromUTF8(text ? text : ""));
-      std::free(text);
-      return value;
+      // The text by its length: a string may hold a NUL byte (which the copying accessor of
+      // the plist library refuses by aborting).
+      uint64_t length = 0;
+      const char* text = plist_get_string_ptr(node, &length);
+      return QNInfoValue(qnunicode::fromUTF8(text ? std::string_view(text, length) : ""));
     }
     case PLIST_BOOLEAN: {
       uint8_t flag = 0;
