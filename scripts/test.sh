@@ -5,6 +5,7 @@
 #   install test     build/ and build-shared/ installed and used by outside consumers
 #   build-sanitize/  Debug with AddressSanitizer and UndefinedBehaviorSanitizer, with ctest
 #   build-tsan/      ThreadSanitizer, only the threaded tests (the background Unihan read)
+#   build-fuzz/      clang with libFuzzer: every fuzz target for a few seconds (scripts/fuzz.sh)
 # The trees share the compiler cache, so a run after a small change rebuilds little.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -39,3 +40,6 @@ cmake --build build-tsan -j"$jobs" --target qnunicode_unihan_test qnunicode_data
 TSAN_OPTIONS=halt_on_error=1 build-tsan/qnunicode/qnunicode_unihan_test --gtest_filter='UnihanReading*'
 TSAN_OPTIONS=halt_on_error=1 build-tsan/qnunicode/qnunicode_database_test \
   --gtest_filter='SharedDatabaseThreads*:UnicodeDataOnDemand*:CategoryTables.Synthetic*'
+
+# Every fuzz target briefly; scripts/fuzz.sh long is the long run (docs/fuzzing.md).
+FUZZ_SECONDS=${FUZZ_SECONDS:-10} bash scripts/fuzz.sh
