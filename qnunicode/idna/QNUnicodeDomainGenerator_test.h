@@ -8,6 +8,7 @@
 #include "qnunicode/idna/QNUnicodeDomainLabels.h"
 #include "qnunicode/idna/QNUnicodePunycode.h"
 #include "qnunicode/strings/QNTextPrimitives.h"
+#include "qnunicode/util/QNScanner.h"
 
 namespace qnunicode::testing {
 
@@ -128,5 +129,16 @@ class DomainGenerator {
 
   std::mt19937 _random;
 };
+
+// The labels of a domain as the domain-level conversions take them: white space in front dropped.
+inline std::vector<UnicodeString> labelsOf(const UnicodeString& domain) {
+  std::vector<UnicodeString> labels = QNUnicode_IDNA::domainNameLabels(domain);
+  for (UnicodeString& label : labels) {
+    size_t first = 0;
+    while (first < label.size() && isWhitespaceOrNewline(label[first])) ++first;
+    label.erase(0, first);
+  }
+  return labels;
+}
 
 }  // namespace qnunicode::testing

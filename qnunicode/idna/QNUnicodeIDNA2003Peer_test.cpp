@@ -22,6 +22,8 @@
 
 namespace {
 
+using qnunicode::testing::labelsOf;
+
 using qnunicode::testing::DomainGenerator;
 
 constexpr int kPeerFlags = IDNA_USE_STD3_ASCII_RULES | IDNA_ALLOW_UNASSIGNED;
@@ -63,17 +65,6 @@ bool holdsNonASCII(const UnicodeString& text) {
     if (unit >= 0x80) return true;
   }
   return false;
-}
-
-// The labels as the domain-level conversions take them: white space in front dropped.
-std::vector<UnicodeString> labelsOf(const UnicodeString& domain) {
-  std::vector<UnicodeString> labels = QNUnicode_IDNA::domainNameLabels(domain);
-  for (UnicodeString& label : labels) {
-    size_t first = 0;
-    while (first < label.size() && qnunicode::isWhitespaceOrNewline(label[first])) ++first;
-    label.erase(0, first);
-  }
-  return labels;
 }
 
 // The described differences from the peer, found in a domain.

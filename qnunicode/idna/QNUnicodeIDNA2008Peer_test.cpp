@@ -18,6 +18,8 @@
 
 namespace {
 
+using qnunicode::testing::labelsOf;
+
 using Result = std::optional<UnicodeString>;
 
 Result peerToASCII(const UnicodeString& domain) {
@@ -51,17 +53,6 @@ UnicodeString lowerCased(QNUnicodeDatabase& db, const UnicodeString& domain) {
     qnunicode::appendUTF16(lower, mapped);
   }
   return lower;
-}
-
-// The labels as the domain-level conversions take them, white space in front dropped.
-std::vector<UnicodeString> labelsOf(const UnicodeString& domain) {
-  std::vector<UnicodeString> labels = QNUnicode_IDNA::domainNameLabels(domain);
-  for (UnicodeString& label : labels) {
-    size_t first = 0;
-    while (first < label.size() && qnunicode::isWhitespaceOrNewline(label[first])) ++first;
-    label.erase(0, first);
-  }
-  return labels;
 }
 
 bool startsWith(const UnicodeString& text, std::u16string_view prefix) {
